@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+class QJSEngine;
+class QQmlEngine;
+
+// Process-wide announcements, posted by name with no sender.
+class AppEvents : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    static AppEvents &instance();
+    static AppEvents *create(QQmlEngine *, QJSEngine *);
+
+    Q_INVOKABLE void postOpenMainWindow() { emit openMainWindowRequested(); }
+    Q_INVOKABLE void postIdeaMarkedDone() { emit ideaMarkedDone(); }
+
+signals:
+    // "FikranestOpenMainWindow"
+    void openMainWindowRequested();
+    void ideaMarkedDone();
+
+private:
+    AppEvents() = default;
+};

@@ -1,0 +1,81 @@
+#include "AppSettings.h"
+
+#include <QJSEngine>
+
+AppSettings::AppSettings()
+    : m_settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Fikranest"),
+                 QStringLiteral("Fikranest"))
+{
+}
+
+AppSettings &AppSettings::instance()
+{
+    static AppSettings settings;
+    return settings;
+}
+
+AppSettings *AppSettings::create(QQmlEngine *, QJSEngine *)
+{
+    QJSEngine::setObjectOwnership(&instance(), QJSEngine::CppOwnership);
+    return &instance();
+}
+
+bool AppSettings::hasCompletedOnboarding() const
+{
+    return m_settings.value(QStringLiteral("hasCompletedOnboarding"), false).toBool();
+}
+
+void AppSettings::setHasCompletedOnboarding(bool value)
+{
+    if (value == hasCompletedOnboarding())
+        return;
+    write(QStringLiteral("hasCompletedOnboarding"), value);
+    emit hasCompletedOnboardingChanged();
+}
+
+QString AppSettings::userName() const
+{
+    return m_settings.value(QStringLiteral("userName")).toString();
+}
+
+void AppSettings::setUserName(const QString &value)
+{
+    if (value == userName())
+        return;
+    write(QStringLiteral("userName"), value);
+    emit userNameChanged();
+}
+
+QString AppSettings::lastSeenVersion() const
+{
+    return m_settings.value(QStringLiteral("lastSeenVersion")).toString();
+}
+
+void AppSettings::setLastSeenVersion(const QString &value)
+{
+    if (value == lastSeenVersion())
+        return;
+    write(QStringLiteral("lastSeenVersion"), value);
+    emit lastSeenVersionChanged();
+}
+
+void AppSettings::write(const QString &key, const QVariant &value)
+{
+    m_settings.setValue(key, value);
+    // Flushed at once: a preference must not wait for a clean exit.
+    m_settings.sync();
+}
+
+void AppSettings::reload()
+{
+    const bool onboarded = hasCompletedOnboarding();
+    const QString name = userName();
+    const QString version = lastSeenVersion();
+    m_settings.sync();
+    if (onboarded != hasCompletedOnboarding())
+        emit hasCompletedOnboardingChanged();
+    if (name != userName())
+        emit userNameChanged();
+    if (version != lastSeenVersion())
+        emit lastSeenVersionChanged();
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QObject>
+#include <QSettings>
+#include <QtQml/qqmlregistration.h>
+
+class QJSEngine;
+class QQmlEngine;
+
+// The persisted preferences, one shared object so that a write from any view
+// refreshes every view that shows the same key.
+class AppSettings : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(bool hasCompletedOnboarding READ hasCompletedOnboarding WRITE setHasCompletedOnboarding
+                   NOTIFY hasCompletedOnboardingChanged)
+    Q_PROPERTY(QString userName READ userName WRITE setUserName NOTIFY userNameChanged)
+    Q_PROPERTY(QString lastSeenVersion READ lastSeenVersion WRITE setLastSeenVersion NOTIFY lastSeenVersionChanged)
+
+public:
+    static AppSettings &instance();
+    static AppSettings *create(QQmlEngine *, QJSEngine *);
+
+    bool hasCompletedOnboarding() const;
+    void setHasCompletedOnboarding(bool value);
+    QString userName() const;
+    void setUserName(const QString &value);
+    QString lastSeenVersion() const;
+    void setLastSeenVersion(const QString &value);
+
+    // Re-reads the file, e.g. after a test rewrote it behind our back.
+    void reload();
+
+signals:
+    void hasCompletedOnboardingChanged();
+    void userNameChanged();
+    void lastSeenVersionChanged();
+
+private:
+    AppSettings();
+    void write(const QString &key, const QVariant &value);
+
+    QSettings m_settings;
+};

@@ -1,0 +1,113 @@
+#include "FikranestApp.h"
+
+#include "AppDelegate.h"
+#include "AppEvents.h"
+#include "AppSettings.h"
+#include "MenuBarExtra.h"
+#include "AppPalette.h"
+#include "Symbols.h"
+
+#include <QCoreApplication>
+#include <QFont>
+#include <QGuiApplication>
+#include <QJSEngine>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+
+namespace {
+FikranestApp *sharedApp = nullptr;
+}
+
+FikranestApp::FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent)
+    : QObject(parent), m_probes(std::move(probes))
+{
+}
+
+FikranestApp::~FikranestApp()
+{
+    if (sharedApp == this)
+        sharedApp = nullptr;
+    delete m_mainWindow;
+    m_menuBar.reset();
+    m_engine.reset();
+}
+
+void FikranestApp::prepare(QGuiApplication &application)
+{
+    // Qt's own fallback draws emoji in black and white; naming the colour font last
+    // in the list makes it the one used for them.
+    QFont font = application.font();
+    font.setFamilies({QStringLiteral("Noto Sans Arabic"), QStringLiteral("Noto Sans"),
+                      QStringLiteral("Noto Color Emoji")});
+    application.setFont(font);
+    application.setLayoutDirection(Qt::RightToLeft);
+    // Basic keeps the light look whatever the desktop theme says.
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    application.setWindowIcon(Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600)));
+}
+
+bool FikranestApp::start(bool background)
+{
+    m_container = StoreContainer::create(*m_probes);
+    if (!m_container.store)
+        return false;
+    IdeaStore::setShared(m_container.store.get());
+    SyncStatus::setShared(m_container.syncStatus.get());
+    sharedApp = this;
+
+    QPointer<SyncStatus> status = m_container.syncStatus.get();
+    connect(m_probes.get(), &CloudProbes::identityChanged, this, [this, status] {
+        if (status)
+            status->recheck(*m_probes);
+    });
+
+    m_engine = std::make_unique<QQmlEngine>();
+    m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
+    if (!m_menuBar->create())
+        return false;
+
+    if (!background)
+        openWindow(QStringLiteral("main"));
+    AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
+    return true;
+}
+
+void FikranestApp::handleArguments(const QStringList &arguments)
+{
+    if (!arguments.contains(QStringLiteral("--background")))
+        openWindow(QStringLiteral("main"));
+}
+
+FikranestApp *FikranestApp::create(QQmlEngine *, QJSEngine *)
+{
+    Q_ASSERT(sharedApp);
+    QJSEngine::setObjectOwnership(sharedApp, QJSEngine::CppOwnership);
+    return sharedApp;
+}
+
+void FikranestApp::openWindow(const QString &id)
+{
+    if (id != QStringLiteral("main"))
+        return;
+    if (!m_mainWindow) {
+        QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/Fikranest/MainWindow.qml")));
+        m_mainWindow = qobject_cast<QQuickWindow *>(component.create());
+        if (!m_mainWindow) {
+            qWarning("%s", qPrintable(component.errorString()));
+            return;
+        }
+    }
+    if (m_mainWindow->windowStates() & Qt::WindowMinimized)
+        m_mainWindow->showNormal();
+    else
+        m_mainWindow->show();
+    m_mainWindow->raise();
+    m_mainWindow->requestActivate();
+}
+
+void FikranestApp::quit()
+{
+    QCoreApplication::quit();
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "CloudProbes.h"
+#include "StoreContainer.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+
+class MenuBarExtra;
+class QGuiApplication;
+class QJSEngine;
+class QQmlEngine;
+#include <QQuickWindow>
+
+// The running program: the store, the sync state, the main window and the tray.
+class FikranestApp : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    explicit FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent = nullptr);
+    ~FikranestApp() override;
+
+    // Fonts, direction and look shared by the program and the view tests.
+    static void prepare(QGuiApplication &application);
+
+    // Opens the store and builds the surfaces. False when the store cannot be
+    // opened; `failure()` then says why, and nothing was written.
+    bool start(bool background);
+    QString failure() const { return m_container.failure; }
+
+    IdeaStore *store() const { return m_container.store.get(); }
+    SyncStatus *syncStatus() const { return m_container.syncStatus.get(); }
+    QQuickWindow *mainWindow() const { return m_mainWindow; }
+    MenuBarExtra *menuBarExtra() const { return m_menuBar.get(); }
+
+    // Arguments handed over by a later launch.
+    void handleArguments(const QStringList &arguments);
+
+    static FikranestApp *create(QQmlEngine *, QJSEngine *);
+
+    // Shows the window with this id ("main"), raised and active; never a second one.
+    Q_INVOKABLE void openWindow(const QString &id);
+    Q_INVOKABLE void quit();
+
+private:
+    std::unique_ptr<CloudProbes> m_probes;
+    StoreContainer m_container;
+    std::unique_ptr<QQmlEngine> m_engine;
+    std::unique_ptr<MenuBarExtra> m_menuBar;
+    QPointer<QQuickWindow> m_mainWindow;
+};

@@ -1,0 +1,409 @@
+#include "IdeaStore.h"
+
+#include "Vocabulary.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJSEngine>
+#include <QQmlEngine>
+#include <QStandardPaths>
+
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// "Fkrn": marks the file as ours, so a stranger's database is never written to.
+constexpr int applicationId = 0x466B726E;
+// Schema 1.0.0 as major * 10000 + minor * 100 + patch.
+constexpr int schemaVersion = 10000;
+
+const char *const columns = "id, title, body, category, status, hasReminder, reminderDate, "
+                            "isVoiceNote, createdAt, updatedAt";
+const QStringList columnNames = {"id", "title", "body", "category", "status", "hasReminder",
+                                 "reminderDate", "isVoiceNote", "createdAt", "updatedAt"};
+
+// No column is unique or indexed: the record's identity is its rowid, which is what
+// every write addresses. The table is never vacuumed, so rowids stay put.
+const char *const createTable = R"(CREATE TABLE Idea (
+    id TEXT NOT NULL,
+    title TEXT NOT NULL DEFAULT '',
+    body TEXT NOT NULL DEFAULT '',
+    category TEXT NOT NULL DEFAULT 'فكرة',
+    status TEXT NOT NULL DEFAULT 'active',
+    hasReminder INTEGER NOT NULL DEFAULT 0,
+    reminderDate INTEGER,
+    isVoiceNote INTEGER NOT NULL DEFAULT 0,
+    createdAt INTEGER NOT NULL,
+    updatedAt INTEGER NOT NULL))";
+
+enum Slot { InsertSlot, UpdateSlot, DeleteSlot, FindSlot };
+
+IdeaStore *sharedStore = nullptr;
+
+QString sqliteError(sqlite3 *db)
+{
+    return QString::fromUtf8(sqlite3_errmsg(db));
+}
+
+bool run(sqlite3 *db, const char *sql)
+{
+    return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+// A single integer from a pragma or query, or nullopt when the read fails.
+std::optional<qint64> queryInt(sqlite3 *db, const char *sql)
+{
+    sqlite3_stmt *statement = nullptr;
+    if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
+        return std::nullopt;
+    std::optional<qint64> value;
+    if (sqlite3_step(statement) == SQLITE_ROW)
+        value = sqlite3_column_int64(statement, 0);
+    sqlite3_finalize(statement);
+    return value;
+}
+
+std::optional<QStringList> ideaColumns(sqlite3 *db)
+{
+    sqlite3_stmt *statement = nullptr;
+    if (sqlite3_prepare_v2(db, "PRAGMA table_info(Idea)", -1, &statement, nullptr) != SQLITE_OK)
+        return std::nullopt;
+    QStringList names;
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        names << QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, 1)));
+    sqlite3_finalize(statement);
+    return names;
+}
+
+// Checks an opened file without writing to it. Returns the reason it cannot be
+// used, or "" when it is usable; `empty` tells whether the schema must be made.
+QString inspect(sqlite3 *db, bool *empty)
+{
+    const auto tables = queryInt(db, "SELECT count(*) FROM sqlite_master");
+    if (!tables)
+        return sqliteError(db);
+    const auto appId = queryInt(db, "PRAGMA application_id");
+    const auto version = queryInt(db, "PRAGMA user_version");
+    if (!appId || !version)
+        return sqliteError(db);
+    *empty = *tables == 0;
+    if (*empty)
+        return {};
+    if (*appId != applicationId)
+        return QStringLiteral("it is not a Fikranest store");
+    if (*version > schemaVersion)
+        return QStringLiteral("it was written by a newer version of Fikranest");
+    const auto names = ideaColumns(db);
+    if (!names)
+        return sqliteError(db);
+    if (*names != columnNames)
+        return QStringLiteral("its Idea table has unexpected columns");
+    return {};
+}
+
+QDateTime dateFromMs(qint64 ms)
+{
+    return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
+}
+
+QString text(sqlite3_stmt *statement, int column)
+{
+    const auto *bytes = static_cast<const char *>(sqlite3_column_blob(statement, column));
+    return QString::fromUtf8(bytes, sqlite3_column_bytes(statement, column));
+}
+
+void bindText(sqlite3_stmt *statement, int index, const QString &value)
+{
+    const QByteArray utf8 = value.toUtf8();
+    sqlite3_bind_text(statement, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+}
+
+// Binds the ten fields, in column order, from index 1.
+void bindFields(sqlite3_stmt *statement, const Idea &idea)
+{
+    bindText(statement, 1, idea.idText());
+    bindText(statement, 2, idea.title);
+    bindText(statement, 3, idea.body);
+    bindText(statement, 4, idea.category);
+    bindText(statement, 5, idea.status);
+    sqlite3_bind_int(statement, 6, idea.hasReminder ? 1 : 0);
+    if (idea.reminderDate && idea.reminderDate->isValid())
+        sqlite3_bind_int64(statement, 7, idea.reminderDate->toMSecsSinceEpoch());
+    else
+        sqlite3_bind_null(statement, 7);
+    sqlite3_bind_int(statement, 8, idea.isVoiceNote ? 1 : 0);
+    sqlite3_bind_int64(statement, 9, idea.createdAt.toMSecsSinceEpoch());
+    sqlite3_bind_int64(statement, 10, idea.updatedAt.toMSecsSinceEpoch());
+}
+
+} // namespace
+
+IdeaStore::Opening IdeaStore::open(const QString &path)
+{
+    const QFileInfo info(path);
+    const QString folder = info.absolutePath();
+    if (!QFileInfo::exists(folder)) {
+        if (!QDir().mkpath(folder))
+            return {nullptr, QStringLiteral("cannot create the folder %1").arg(folder)};
+        ::chmod(QFile::encodeName(folder).constData(), 0700);
+    }
+
+    // Created here rather than by SQLite so that it, and the journal files that copy
+    // its mode, are private to the user from the first byte.
+    bool created = false;
+    const QByteArray nativePath = QFile::encodeName(path);
+    if (!info.exists()) {
+        const int fd = ::open(nativePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd < 0)
+            return {nullptr, QString::fromLocal8Bit(strerror(errno))};
+        ::close(fd);
+        created = true;
+    }
+    const auto fail = [&](sqlite3 *db, const QString &reason) {
+        sqlite3_close_v2(db);
+        if (created)
+            QFile::remove(path);
+        return Opening{nullptr, reason};
+    };
+
+    sqlite3 *db = nullptr;
+    if (sqlite3_open_v2(nativePath.constData(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr)
+        != SQLITE_OK)
+        return fail(db, db ? sqliteError(db) : QStringLiteral("out of memory"));
+    if (sqlite3_db_readonly(db, "main") == 1)
+        return fail(db, QStringLiteral("the file is read-only"));
+    sqlite3_busy_timeout(db, 5000);
+
+    bool empty = false;
+    if (const QString reason = inspect(db, &empty); !reason.isEmpty())
+        return fail(db, reason);
+
+    // WAL with a full sync on commit: a write that returned survives a crash of the
+    // process and of the machine.
+    if (!run(db, "PRAGMA journal_mode=WAL") || !run(db, "PRAGMA synchronous=FULL"))
+        return fail(db, sqliteError(db));
+    if (empty) {
+        const QByteArray schema = QByteArray("BEGIN IMMEDIATE;") + createTable + ";"
+            + "PRAGMA application_id=" + QByteArray::number(applicationId) + ";"
+            + "PRAGMA user_version=" + QByteArray::number(schemaVersion) + ";COMMIT;";
+        if (!run(db, schema.constData())) {
+            const QString reason = sqliteError(db);
+            run(db, "ROLLBACK");
+            return fail(db, reason);
+        }
+    }
+    return {std::unique_ptr<IdeaStore>(new IdeaStore(db, path)), {}};
+}
+
+QString IdeaStore::defaultPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/Fikranest/Fikranest.sqlite");
+}
+
+IdeaStore::IdeaStore(sqlite3 *db, const QString &path)
+    : m_db(db), m_path(path), m_clock([] { return QDateTime::currentDateTimeUtc(); })
+{
+}
+
+IdeaStore::~IdeaStore()
+{
+    if (sharedStore == this)
+        sharedStore = nullptr;
+    for (sqlite3_stmt *statement : m_statements)
+        sqlite3_finalize(statement);
+    sqlite3_close_v2(m_db);
+}
+
+sqlite3_stmt *IdeaStore::prepared(int slot, const char *sql) const
+{
+    sqlite3_stmt *&statement = m_statements[size_t(slot)];
+    if (!statement)
+        sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    else
+        sqlite3_reset(statement);
+    if (statement)
+        sqlite3_clear_bindings(statement);
+    return statement;
+}
+
+bool IdeaStore::exec(sqlite3_stmt *statement)
+{
+    if (!statement)
+        return failed();
+    const int rc = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    return rc == SQLITE_DONE || failed();
+}
+
+bool IdeaStore::failed()
+{
+    qWarning("IdeaStore: %s", sqlite3_errmsg(m_db));
+    emit writeFailed(writeFailureMessage());
+    return false;
+}
+
+QString IdeaStore::writeFailureMessage()
+{
+    return QStringLiteral("ما قدرنا نحفظ 😬 تأكد إن فيه مساحة على الجهاز وجرّب مرة ثانية");
+}
+
+bool IdeaStore::insert(Idea &idea)
+{
+    static const QByteArray sql = QByteArray("INSERT INTO Idea (") + columns
+        + ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
+    sqlite3_stmt *statement = prepared(InsertSlot, sql.constData());
+    if (!statement)
+        return failed();
+    bindFields(statement, idea);
+    if (!exec(statement))
+        return false;
+    idea.m_recordId = sqlite3_last_insert_rowid(m_db);
+    emit inserted(idea);
+    return true;
+}
+
+bool IdeaStore::update(const Idea &idea)
+{
+    if (!idea.isStored())
+        return false;
+    sqlite3_stmt *statement = prepared(UpdateSlot,
+        "UPDATE Idea SET id = ?, title = ?, body = ?, category = ?, status = ?, hasReminder = ?, "
+        "reminderDate = ?, isVoiceNote = ?, createdAt = ?, updatedAt = ? WHERE rowid = ?");
+    if (!statement)
+        return failed();
+    bindFields(statement, idea);
+    sqlite3_bind_int64(statement, 11, idea.m_recordId);
+    if (!exec(statement))
+        return false;
+    if (sqlite3_changes(m_db) != 1)
+        return false;
+    emit updated(idea);
+    return true;
+}
+
+bool IdeaStore::remove(const Idea &idea)
+{
+    if (!idea.isStored())
+        return false;
+    sqlite3_stmt *statement = prepared(DeleteSlot, "DELETE FROM Idea WHERE rowid = ?");
+    if (!statement)
+        return failed();
+    sqlite3_bind_int64(statement, 1, idea.m_recordId);
+    if (!exec(statement))
+        return false;
+    if (sqlite3_changes(m_db) != 1)
+        return false;
+    emit removed(idea);
+    return true;
+}
+
+bool IdeaStore::toggleStatus(Idea &idea)
+{
+    Idea changed = idea;
+    changed.status = Vocabulary::toggledStatus(idea.status);
+    changed.updatedAt = m_clock();
+    if (!update(changed))
+        return false;
+    idea = changed;
+    return true;
+}
+
+Idea IdeaStore::readRow(sqlite3_stmt *statement)
+{
+    Idea idea;
+    idea.m_recordId = sqlite3_column_int64(statement, 0);
+    idea.id = QUuid::fromString(text(statement, 1));
+    idea.title = text(statement, 2);
+    idea.body = text(statement, 3);
+    idea.category = text(statement, 4);
+    idea.status = text(statement, 5);
+    idea.hasReminder = sqlite3_column_int(statement, 6) != 0;
+    if (sqlite3_column_type(statement, 7) != SQLITE_NULL)
+        idea.reminderDate = dateFromMs(sqlite3_column_int64(statement, 7));
+    idea.isVoiceNote = sqlite3_column_int(statement, 8) != 0;
+    idea.createdAt = dateFromMs(sqlite3_column_int64(statement, 9));
+    idea.updatedAt = dateFromMs(sqlite3_column_int64(statement, 10));
+    return idea;
+}
+
+QList<Idea> IdeaStore::select(const char *sql) const
+{
+    QList<Idea> ideas;
+    sqlite3_stmt *statement = nullptr;
+    if (sqlite3_prepare_v2(m_db, sql, -1, &statement, nullptr) != SQLITE_OK)
+        return ideas;
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        ideas.append(readRow(statement));
+    sqlite3_finalize(statement);
+    return ideas;
+}
+
+std::optional<Idea> IdeaStore::find(qint64 recordId) const
+{
+    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns + " FROM Idea WHERE rowid = ?";
+    sqlite3_stmt *statement = prepared(FindSlot, sql.constData());
+    if (!statement)
+        return std::nullopt;
+    sqlite3_bind_int64(statement, 1, recordId);
+    std::optional<Idea> idea;
+    if (sqlite3_step(statement) == SQLITE_ROW)
+        idea = readRow(statement);
+    sqlite3_reset(statement);
+    return idea;
+}
+
+QList<Idea> IdeaStore::allIdeas() const
+{
+    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns
+        + " FROM Idea ORDER BY createdAt DESC, rowid DESC";
+    return select(sql.constData());
+}
+
+QList<Idea> IdeaStore::activeIdeas() const
+{
+    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns
+        + " FROM Idea WHERE status = 'active' ORDER BY createdAt DESC, rowid DESC";
+    return select(sql.constData());
+}
+
+void IdeaStore::setShared(IdeaStore *store)
+{
+    sharedStore = store;
+}
+
+IdeaStore *IdeaStore::create(QQmlEngine *, QJSEngine *)
+{
+    Q_ASSERT(sharedStore);
+    QJSEngine::setObjectOwnership(sharedStore, QJSEngine::CppOwnership);
+    return sharedStore;
+}
+
+QString IdeaStore::addIdea(const QString &title, const QString &body, const QString &category,
+                           bool hasReminder, const QVariant &reminderDate, bool isVoiceNote)
+{
+    std::optional<QDateTime> when;
+    if (reminderDate.isValid() && !reminderDate.isNull())
+        when = reminderDate.toDateTime();
+    Idea idea = Idea::make(title, body, category, hasReminder, when, isVoiceNote, m_clock());
+    return insert(idea) ? idea.idText() : QString();
+}
+
+bool IdeaStore::toggleStatusOf(qint64 recordId)
+{
+    std::optional<Idea> idea = find(recordId);
+    return idea && toggleStatus(*idea);
+}
+
+bool IdeaStore::removeIdea(qint64 recordId)
+{
+    const std::optional<Idea> idea = find(recordId);
+    return idea && remove(*idea);
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+#include <QObject>
+#include <QStringList>
+#include <QtQml/qqmlregistration.h>
+
+// System symbol names, as the screens name their icons, drawn from the installed
+// Material Icons font.
+class Symbols : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
+
+public:
+    using QObject::QObject;
+
+    static QString fontFamily() { return QStringLiteral("Material Icons"); }
+    static QStringList names();
+    // The glyph for a symbol name; "" for a name we do not know.
+    Q_INVOKABLE static QString glyph(const QString &name);
+    // The symbol as a window or tray icon.
+    static QIcon icon(const QString &name, const QColor &color);
+};

@@ -1,0 +1,76 @@
+#include "MenuBarExtra.h"
+
+#include "AppPalette.h"
+#include "Symbols.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QScreen>
+
+MenuBarExtra::MenuBarExtra(QQmlEngine &engine, QObject *parent) : QObject(parent), m_engine(engine)
+{
+}
+
+MenuBarExtra::~MenuBarExtra()
+{
+    delete m_panel;
+}
+
+bool MenuBarExtra::create()
+{
+    QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")));
+    m_panel = qobject_cast<QQuickWindow *>(component.create());
+    if (!m_panel) {
+        qWarning("%s", qPrintable(component.errorString()));
+        return false;
+    }
+    // Like a popover: clicking elsewhere puts it away.
+    connect(m_panel, &QWindow::activeChanged, this, [this] {
+        if (!m_panel->isActive() && m_panel->isVisible())
+            m_panel->hide();
+    });
+
+    m_tray.setIcon(Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600)));
+    m_tray.setToolTip(QStringLiteral("الفكرون"));
+    connect(&m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+            togglePanel();
+    });
+    m_tray.show();
+    return true;
+}
+
+void MenuBarExtra::togglePanel()
+{
+    if (m_panel->isVisible()) {
+        m_panel->hide();
+        return;
+    }
+    QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    const QSize size(panelWidth, qMax(1, m_panel->height()));
+    m_panel->setPosition(panelPosition(m_tray.geometry(), size, screen->availableGeometry(), QCursor::pos()));
+    m_panel->show();
+    m_panel->raise();
+    m_panel->requestActivate();
+}
+
+QPoint MenuBarExtra::panelPosition(const QRect &iconGeometry, const QSize &panelSize, const QRect &available,
+                                   const QPoint &cursor)
+{
+    QPoint at;
+    if (iconGeometry.isValid() && !iconGeometry.isEmpty()) {
+        at.setX(iconGeometry.center().x() - panelSize.width() / 2);
+        const bool iconAtTop = iconGeometry.center().y() < available.center().y();
+        at.setY(iconAtTop ? iconGeometry.bottom() + 1 : iconGeometry.top() - panelSize.height());
+    } else {
+        at = QPoint(cursor.x() - panelSize.width() / 2, cursor.y());
+    }
+    at.setX(qBound(available.left(), at.x(), qMax(available.left(), available.right() - panelSize.width() + 1)));
+    at.setY(qBound(available.top(), at.y(), qMax(available.top(), available.bottom() - panelSize.height() + 1)));
+    return at;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+// The shared blues every screen draws from.
+class AppPalette : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(QColor blue50 READ blue50 CONSTANT)
+    Q_PROPERTY(QColor blue100 READ blue100 CONSTANT)
+    Q_PROPERTY(QColor blue600 READ blue600 CONSTANT)
+    Q_PROPERTY(QColor blue800 READ blue800 CONSTANT)
+
+public:
+    using QObject::QObject;
+
+    static constexpr QRgb rgbBlue50 = 0xFFF0F4FF;
+    static constexpr QRgb rgbBlue100 = 0xFFDBEAFE;
+    static constexpr QRgb rgbBlue600 = 0xFF2563EB;
+    static constexpr QRgb rgbBlue800 = 0xFF1E40AF;
+
+    QColor blue50() const { return QColor::fromRgb(rgbBlue50); }
+    QColor blue100() const { return QColor::fromRgb(rgbBlue100); }
+    QColor blue600() const { return QColor::fromRgb(rgbBlue600); }
+    QColor blue800() const { return QColor::fromRgb(rgbBlue800); }
+};

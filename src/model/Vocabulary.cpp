@@ -1,0 +1,41 @@
+#include "Vocabulary.h"
+
+QStringList Vocabulary::categories()
+{
+    return {QStringLiteral("فكرة"), QStringLiteral("مهمة"), QStringLiteral("ملاحظة")};
+}
+
+QString Vocabulary::defaultCategory()
+{
+    return QStringLiteral("فكرة");
+}
+
+QStringList Vocabulary::filterLabels()
+{
+    return {QStringLiteral("الكل"), QStringLiteral("فكرة"), QStringLiteral("مهمة"),
+            QStringLiteral("ملاحظة"), QStringLiteral("لها موعد")};
+}
+
+QString Vocabulary::active()
+{
+    return QStringLiteral("active");
+}
+
+QString Vocabulary::done()
+{
+    return QStringLiteral("done");
+}
+
+QString Vocabulary::emoji(const QString &category)
+{
+    if (category == QStringLiteral("مهمة"))
+        return QStringLiteral("✅");
+    if (category == QStringLiteral("ملاحظة"))
+        return QStringLiteral("📝");
+    return QStringLiteral("💡");
+}
+
+QString Vocabulary::toggledStatus(const QString &status)
+{
+    return status == done() ? active() : done();
+}
