@@ -65,17 +65,3 @@ void AppSettings::write(const QString &key, const QVariant &value)
     // Flushed at once: a preference must not wait for a clean exit.
     m_settings.sync();
 }
-
-void AppSettings::reload()
-{
-    const bool onboarded = hasCompletedOnboarding();
-    const QString name = userName();
-    const QString version = lastSeenVersion();
-    m_settings.sync();
-    if (onboarded != hasCompletedOnboarding())
-        emit hasCompletedOnboardingChanged();
-    if (name != userName())
-        emit userNameChanged();
-    if (version != lastSeenVersion())
-        emit lastSeenVersionChanged();
-}

@@ -30,9 +30,6 @@ public:
     QString lastSeenVersion() const;
     void setLastSeenVersion(const QString &value);
 
-    // Re-reads the file, e.g. after a test rewrote it behind our back.
-    void reload();
-
 signals:
     void hasCompletedOnboardingChanged();
     void userNameChanged();

@@ -2,7 +2,7 @@
 
 bool CloudProbes::isCloudKitEntitled(const QVariant &value)
 {
-    if (!value.isValid() || value.isNull())
+    if (!value.isValid())
         return false;
     if (value.metaType() == QMetaType::fromType<QStringList>())
         return value.toStringList().contains(QStringLiteral("CloudKit"));

@@ -5,6 +5,8 @@ import Fikranest
 Item {
     id: root
 
+    objectName: "contentView"
+
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
 

@@ -64,6 +64,7 @@ bool FikranestApp::start(bool background)
     });
 
     m_engine = std::make_unique<QQmlEngine>();
+    m_engine->addImportPath(QStringLiteral("qrc:/"));
     m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
     if (!m_menuBar->create())
         return false;

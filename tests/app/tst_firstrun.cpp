@@ -1,0 +1,130 @@
+#include "AppDelegate.h"
+#include "AppEvents.h"
+#include "AppSettings.h"
+#include "AppVersion.h"
+#include "ContentState.h"
+#include "TestFolders.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QtTest>
+
+class TestFirstRun : public QObject
+{
+    Q_OBJECT
+
+    TestFolders folders;
+
+    static void resetSettings(bool onboarded, const QString &lastSeen)
+    {
+        AppSettings &settings = AppSettings::instance();
+        settings.setHasCompletedOnboarding(onboarded);
+        settings.setLastSeenVersion(lastSeen);
+    }
+
+private slots:
+    void init() { QCoreApplication::setApplicationVersion("1.1"); }
+
+    void whatsNewDecision_data()
+    {
+        QTest::addColumn<bool>("onboarded");
+        QTest::addColumn<QString>("lastSeen");
+        QTest::addColumn<QString>("current");
+        QTest::addColumn<bool>("due");
+        QTest::newRow("after an update") << true << "1.0" << "1.1" << true;
+        QTest::newRow("same version") << true << "1.1" << "1.1" << false;
+        QTest::newRow("a downgrade is new too") << true << "1.2" << "1.1" << true;
+        QTest::newRow("text, not numbers") << true << "1.10" << "1.1" << true;
+        QTest::newRow("1.0 vs 1.0.0 differ") << true << "1.0.0" << "1.0" << true;
+        QTest::newRow("settings from before the key") << true << "" << "1.1" << false;
+        QTest::newRow("onboarding unfinished") << false << "1.0" << "1.1" << false;
+        QTest::newRow("first run") << false << "" << "1.1" << false;
+    }
+
+    void whatsNewDecision()
+    {
+        QFETCH(bool, onboarded);
+        QFETCH(QString, lastSeen);
+        QFETCH(QString, current);
+        QFETCH(bool, due);
+        QCOMPARE(ContentState::isWhatsNewDue(onboarded, lastSeen, current), due);
+    }
+
+    void appearingRecordsTheVersionEveryTime()
+    {
+        resetSettings(false, "");
+        ContentState first;
+        first.appear();
+        QVERIFY(!first.showWhatsNew());
+        QCOMPARE(AppSettings::instance().lastSeenVersion(), "1.1");
+
+        resetSettings(true, "1.0");
+        ContentState afterUpdate;
+        afterUpdate.appear();
+        QVERIFY(afterUpdate.showWhatsNew());
+        QCOMPARE(AppSettings::instance().lastSeenVersion(), "1.1");
+
+        // Reopening the window with the same version does not show it again.
+        ContentState reopened;
+        reopened.appear();
+        QVERIFY(!reopened.showWhatsNew());
+    }
+
+    void aMissingVersionFallsBackPerScreen()
+    {
+        QCoreApplication::setApplicationVersion("");
+        QVERIFY(!AppVersion::shortVersionString());
+        QCOMPARE(AppVersion::current("1.1"), "1.1");
+
+        resetSettings(true, "0.9");
+        ContentState state;
+        state.appear();
+        QVERIFY(state.showWhatsNew());
+        QCOMPARE(AppSettings::instance().lastSeenVersion(), "1.0");
+
+        QCoreApplication::setApplicationVersion("2.0");
+        QCOMPARE(AppVersion::shortVersionString(), QString("2.0"));
+    }
+
+    void settingsAreLiveAndPersisted()
+    {
+        AppSettings &settings = AppSettings::instance();
+        resetSettings(false, "");
+        settings.setUserName("");
+        QSignalSpy onboarded(&settings, &AppSettings::hasCompletedOnboardingChanged);
+        QSignalSpy name(&settings, &AppSettings::userNameChanged);
+
+        settings.setHasCompletedOnboarding(true);
+        settings.setHasCompletedOnboarding(true);
+        settings.setUserName("نورة");
+        QCOMPARE(onboarded.size(), 1);
+        QCOMPARE(name.size(), 1);
+
+        // Written through to the file under the documented keys at once.
+        const QSettings file(folders.path() + "/config/Fikranest/Fikranest.conf", QSettings::IniFormat);
+        QCOMPARE(file.value("hasCompletedOnboarding").toBool(), true);
+        QCOMPARE(file.value("userName").toString(), "نورة");
+        QCOMPARE(file.value("lastSeenVersion").toString(), "");
+
+    }
+
+    void launchAsksForTheWindowOnlyUntilOnboarded()
+    {
+        QSignalSpy requested(&AppEvents::instance(), &AppEvents::openMainWindowRequested);
+
+        resetSettings(true, "1.1");
+        AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
+        resetSettings(false, "1.1");
+        AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
+
+        // Delayed, not immediate, and exactly once.
+        QCOMPARE(requested.size(), 0);
+        QVERIFY(requested.wait(2000));
+        QTest::qWait(2 * AppDelegate::openWindowDelayMs);
+        QCOMPARE(requested.size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFirstRun)
+#include "tst_firstrun.moc"

@@ -1,0 +1,326 @@
+#include "IdeaStore.h"
+#include "TestFolders.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <sqlite3.h>
+
+#include <csignal>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+QDateTime at(qint64 ms)
+{
+    return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
+}
+
+// Reads the file as SQLite sees it, behind the store's back.
+struct RawDb
+{
+    explicit RawDb(const QString &path) { sqlite3_open_v2(path.toUtf8(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr); }
+    ~RawDb() { sqlite3_close_v2(db); }
+    QList<QStringList> rows(const char *sql) const
+    {
+        QList<QStringList> result;
+        sqlite3_stmt *statement = nullptr;
+        if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
+            return result;
+        while (sqlite3_step(statement) == SQLITE_ROW) {
+            QStringList row;
+            for (int column = 0; column < sqlite3_column_count(statement); ++column)
+                row << (sqlite3_column_type(statement, column) == SQLITE_NULL
+                            ? QStringLiteral("NULL")
+                            : QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, column))));
+            result << row;
+        }
+        sqlite3_finalize(statement);
+        return result;
+    }
+    QString value(const char *sql) const
+    {
+        const auto all = rows(sql);
+        return all.isEmpty() ? QString() : all.first().first();
+    }
+    void exec(const char *sql) const { QCOMPARE(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK); }
+    sqlite3 *db = nullptr;
+};
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestIdeaStore : public QObject
+{
+    Q_OBJECT
+
+    TestFolders folders;
+    QString path;
+    std::unique_ptr<IdeaStore> store;
+    qint64 now = 1'700'000'000'000;
+
+    void openStore()
+    {
+        IdeaStore::Opening opening = IdeaStore::open(path);
+        QVERIFY2(opening.store, qPrintable(opening.error));
+        store = std::move(opening.store);
+        store->setClock([this] { return at(now); });
+    }
+
+    Idea add(const QString &title, qint64 createdAt, const QString &status = "active")
+    {
+        Idea idea = Idea::make(title, "", "فكرة", false, std::nullopt, false, at(createdAt));
+        idea.status = status;
+        store->insert(idea);
+        return idea;
+    }
+
+    static QStringList titles(const QList<Idea> &ideas)
+    {
+        QStringList result;
+        for (const Idea &idea : ideas)
+            result << idea.title;
+        return result;
+    }
+
+    // Writes a file the store must refuse, then checks that refusing left it alone.
+    void expectRefusedUntouched(const QString &file, const QString &reasonPart)
+    {
+        const QByteArray before = contents(file);
+        const QStringList siblings = QDir(QFileInfo(file).absolutePath()).entryList(QDir::Files);
+        const IdeaStore::Opening opening = IdeaStore::open(file);
+        QVERIFY(!opening.store);
+        QVERIFY2(opening.error.contains(reasonPart), qPrintable(opening.error));
+        QCOMPARE(contents(file), before);
+        QCOMPARE(QDir(QFileInfo(file).absolutePath()).entryList(QDir::Files), siblings);
+    }
+
+private slots:
+    void init()
+    {
+        path = folders.path() + "/data/Fikranest/Fikranest.sqlite";
+        QDir(folders.path() + "/data").removeRecursively();
+        openStore();
+    }
+
+    void cleanup() { store.reset(); }
+
+    void defaultPathFollowsXdgDataHome()
+    {
+        QCOMPARE(IdeaStore::defaultPath(), folders.path() + "/data/Fikranest/Fikranest.sqlite");
+    }
+
+    void newStoreIsPrivateWalAndVersioned()
+    {
+        QCOMPARE(QFileInfo(path).absoluteDir().exists(), true);
+        struct stat info {};
+        QCOMPARE(::stat(QFile::encodeName(QFileInfo(path).absolutePath()), &info), 0);
+        QCOMPARE(info.st_mode & 0777, 0700u);
+        QCOMPARE(::stat(QFile::encodeName(path), &info), 0);
+        QCOMPARE(info.st_mode & 0777, 0600u);
+
+        const RawDb raw(path);
+        QCOMPARE(raw.value("PRAGMA journal_mode"), "wal");
+        QCOMPARE(raw.value("PRAGMA user_version"), "10000");
+        QCOMPARE(raw.value("SELECT group_concat(name) FROM sqlite_master WHERE type = 'table'"), "Idea");
+        QStringList columns;
+        for (const QStringList &row : raw.rows("PRAGMA table_info(Idea)"))
+            columns << row.at(1) + ":" + row.at(2);
+        QCOMPARE(columns, QStringList({"id:TEXT", "title:TEXT", "body:TEXT", "category:TEXT", "status:TEXT",
+                                       "hasReminder:INTEGER", "reminderDate:INTEGER", "isVoiceNote:INTEGER",
+                                       "createdAt:INTEGER", "updatedAt:INTEGER"}));
+        QCOMPARE(raw.value("SELECT count(*) FROM sqlite_master WHERE type = 'index'"), "0");
+    }
+
+    void fieldsAreStoredInTheirDocumentedForm()
+    {
+        const QDateTime reminder = at(1'700'000'600'000);
+        Idea idea = Idea::make("موعد 🦷", "عند الدكتور\nالساعة ٤", "مهمة", true, reminder, true, at(now));
+        QVERIFY(store->insert(idea));
+        Idea plain = Idea::make("بدون موعد", "", "ملاحظة", false, std::nullopt, false, at(now + 1));
+        QVERIFY(store->insert(plain));
+
+        const RawDb raw(path);
+        const QList<QStringList> rows = raw.rows("SELECT * FROM Idea ORDER BY rowid");
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows[0], QStringList({idea.id.toString(QUuid::WithoutBraces).toUpper(), "موعد 🦷",
+                                       "عند الدكتور\nالساعة ٤", "مهمة", "active", "1", "1700000600000", "1",
+                                       "1700000000000", "1700000000000"}));
+        QCOMPARE(rows[1].at(5), "0");
+        QCOMPARE(rows[1].at(6), "NULL");
+
+        const std::optional<Idea> back = store->find(idea.recordId());
+        QVERIFY(back);
+        QVERIFY(*back == idea);
+        QCOMPARE(back->id, idea.id);
+        QCOMPARE(back->title, idea.title);
+        QCOMPARE(back->body, idea.body);
+        QCOMPARE(back->category, "مهمة");
+        QCOMPARE(back->reminderDate, reminder);
+        QVERIFY(back->isVoiceNote);
+        QCOMPARE(back->createdAt, at(now));
+        QVERIFY(!store->find(plain.recordId())->reminderDate);
+    }
+
+    void readsAreNewestFirst()
+    {
+        add("b", 2000);
+        add("a", 1000);
+        add("d", 4000, "done");
+        add("c", 3000);
+        add("c-later-same-time", 3000);
+        QCOMPARE(titles(store->allIdeas()), QStringList({"d", "c-later-same-time", "c", "b", "a"}));
+        QCOMPARE(titles(store->activeIdeas()), QStringList({"c-later-same-time", "c", "b", "a"}));
+    }
+
+    void writesAnnounceThemselves()
+    {
+        QSignalSpy inserted(store.get(), &IdeaStore::inserted);
+        QSignalSpy updated(store.get(), &IdeaStore::updated);
+        QSignalSpy removed(store.get(), &IdeaStore::removed);
+
+        Idea idea = add("x", 1000);
+        QCOMPARE(inserted.size(), 1);
+        QVERIFY(idea.isStored());
+        QCOMPARE(inserted.first().first().value<Idea>().recordId(), idea.recordId());
+
+        idea.title = "y";
+        QVERIFY(store->update(idea));
+        QCOMPARE(updated.size(), 1);
+        QCOMPARE(store->find(idea.recordId())->title, "y");
+
+        QVERIFY(store->remove(idea));
+        QCOMPARE(removed.size(), 1);
+        QVERIFY(!store->find(idea.recordId()));
+
+        // A record that is gone cannot be written again, and nobody hears of it.
+        QVERIFY(!store->update(idea));
+        QVERIFY(!store->remove(idea));
+        const Idea unsaved = Idea::make("z", "", "فكرة", false, std::nullopt, false);
+        QVERIFY(!store->update(unsaved));
+        QCOMPARE(updated.size(), 1);
+        QCOMPARE(removed.size(), 1);
+    }
+
+    void togglingStampsUpdatedAt()
+    {
+        Idea idea = add("x", now);
+        now += 5000;
+        QVERIFY(store->toggleStatus(idea));
+        QCOMPARE(idea.status, "done");
+        QCOMPARE(idea.updatedAt, at(now));
+        QCOMPARE(idea.createdAt, at(now - 5000));
+        now += 5000;
+        QVERIFY(store->toggleStatusOf(idea.recordId()));
+        const Idea back = *store->find(idea.recordId());
+        QCOMPARE(back.status, "active");
+        QCOMPARE(back.updatedAt, at(now));
+        QCOMPARE(back.createdAt, at(now - 10000));
+    }
+
+    void qmlWritesUseTheStoreClock()
+    {
+        const QString id = store->addIdea("من الواجهة", "", "ملاحظة", true, QDateTime(at(now + 60'000)), false);
+        QVERIFY(!id.isEmpty());
+        const Idea idea = store->allIdeas().first();
+        QCOMPARE(idea.idText(), id);
+        QCOMPARE(idea.createdAt, at(now));
+        QCOMPARE(idea.reminderDate, at(now + 60'000));
+        QVERIFY(store->removeIdea(idea.recordId()));
+        QVERIFY(!store->removeIdea(idea.recordId()));
+        QVERIFY(store->allIdeas().isEmpty());
+    }
+
+    void reopeningKeepsEverything()
+    {
+        const Idea idea = add("باقية", 1000);
+        store.reset();
+        openStore();
+        const QList<Idea> ideas = store->allIdeas();
+        QCOMPARE(ideas.size(), 1);
+        QVERIFY(ideas.first() == idea);
+        QCOMPARE(ideas.first().title, "باقية");
+    }
+
+    void aWriteSurvivesTheProcessBeingKilled()
+    {
+        store.reset();
+        const pid_t child = fork();
+        if (child == 0) {
+            IdeaStore::Opening opening = IdeaStore::open(path);
+            if (!opening.store)
+                _exit(2);
+            Idea idea = Idea::make("قبل الموت", "", "فكرة", false, std::nullopt, false);
+            opening.store->insert(idea);
+            opening.store->toggleStatus(idea);
+            ::raise(SIGKILL);
+            _exit(3);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QVERIFY(WIFSIGNALED(status));
+        openStore();
+        const QList<Idea> ideas = store->allIdeas();
+        QCOMPARE(ideas.size(), 1);
+        QCOMPARE(ideas.first().title, "قبل الموت");
+        QCOMPARE(ideas.first().status, "done");
+    }
+
+    void refusesFilesThatAreNotItsOwn()
+    {
+        const QString folder = folders.path() + "/refuse";
+        QDir().mkpath(folder);
+
+        const QString garbage = folder + "/garbage.sqlite";
+        QFile file(garbage);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(8192, 'x'));
+        file.close();
+        expectRefusedUntouched(garbage, "not a database");
+
+        const QString foreign = folder + "/foreign.sqlite";
+        {
+            RawDb raw(foreign);
+            raw.exec("CREATE TABLE notes (text TEXT); INSERT INTO notes VALUES ('mine')");
+        }
+        expectRefusedUntouched(foreign, "not a Fikranest store");
+
+        add("x", 1000);
+        store.reset();
+        {
+            RawDb raw(path);
+            raw.exec("PRAGMA wal_checkpoint(TRUNCATE); PRAGMA user_version = 20000");
+        }
+        expectRefusedUntouched(path, "newer version");
+
+        {
+            RawDb raw(path);
+            raw.exec("PRAGMA user_version = 10000; ALTER TABLE Idea ADD COLUMN colour TEXT; "
+                     "PRAGMA wal_checkpoint(TRUNCATE)");
+        }
+        expectRefusedUntouched(path, "unexpected columns");
+    }
+
+    void aFolderThatCannotBeMadeIsReported()
+    {
+        const QString folder = folders.path() + "/not-a-folder";
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const IdeaStore::Opening opening = IdeaStore::open(folder + "/Fikranest.sqlite");
+        QVERIFY(!opening.store);
+        QVERIFY(!opening.error.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestIdeaStore)
+#include "tst_ideastore.moc"
