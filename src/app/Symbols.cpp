@@ -7,33 +7,39 @@
 
 namespace {
 
-const QHash<QString, char16_t> &glyphs()
+struct Glyph
 {
-    static const QHash<QString, char16_t> table = {
-        {"plus.bubble.fill", 0xe069},           // add_comment
-        {"xmark.circle.fill", 0xe5c9},          // cancel
-        {"mic.fill", 0xe029},                   // mic
-        {"bell.fill", 0xe7f4},                  // notifications
-        {"checkmark.circle", 0xe92d},           // check_circle_outline
-        {"checkmark.circle.fill", 0xe86c},      // check_circle
-        {"trash", 0xe92e},                      // delete_outline
-        {"arrow.uturn.backward", 0xe166},       // undo
-        {"chevron.down", 0xe5cf},               // expand_more
-        {"chevron.left", 0xe5cb},               // chevron_left
-        {"icloud.fill", 0xe2bd},                // cloud
-        {"icloud.slash", 0xe2c1},               // cloud_off
-        {"plus.circle.fill", 0xe147},           // add_circle
-        {"rectangle.expand.vertical", 0xe5d7},  // unfold_more
-        {"hand.draw", 0xe155},                  // gesture
-        {"paperplane.fill", 0xe163},            // send
-        {"arrow.triangle.2.circlepath", 0xe627},// sync
-        {"iphone", 0xe325},                     // phone_iphone
-        {"eye.slash", 0xe8f5},                  // visibility_off
-        {"server.rack", 0xe875},                // dns
-        {"hand.raised", 0xe925},                // pan_tool
-        {"arrow.up.forward", 0xe89e},           // open_in_new
-        {"number", 0xe9ef},                     // tag
-        {"globe", 0xe894},                      // language
+    QString material; // the icon's name in the font, which also shapes to it as a ligature
+    char16_t codepoint;
+};
+
+const QHash<QString, Glyph> &glyphs()
+{
+    static const QHash<QString, Glyph> table = {
+        {"plus.bubble.fill", {"add_comment", 0xe266}},
+        {"xmark.circle.fill", {"cancel", 0xe5c9}},
+        {"mic.fill", {"mic", 0xe029}},
+        {"bell.fill", {"notifications", 0xe7f4}},
+        {"checkmark.circle", {"check_circle_outline", 0xe92d}},
+        {"checkmark.circle.fill", {"check_circle", 0xe86c}},
+        {"trash", {"delete_outline", 0xe92e}},
+        {"arrow.uturn.backward", {"undo", 0xe166}},
+        {"chevron.down", {"expand_more", 0xe5cf}},
+        {"chevron.left", {"chevron_left", 0xe5cb}},
+        {"icloud.fill", {"cloud", 0xe2bd}},
+        {"icloud.slash", {"cloud_off", 0xe2c1}},
+        {"plus.circle.fill", {"add_circle", 0xe147}},
+        {"rectangle.expand.vertical", {"unfold_more", 0xe5d7}},
+        {"hand.draw", {"swipe", 0xe9ec}},
+        {"paperplane.fill", {"send", 0xe163}},
+        {"arrow.triangle.2.circlepath", {"sync", 0xe627}},
+        {"iphone", {"phone_iphone", 0xe325}},
+        {"eye.slash", {"visibility_off", 0xe8f5}},
+        {"server.rack", {"dns", 0xe875}},
+        {"hand.raised", {"back_hand", 0xe764}},
+        {"arrow.up.forward", {"north_east", 0xf1e1}},
+        {"number", {"tag", 0xe9ef}},
+        {"globe", {"language", 0xe894}},
     };
     return table;
 }
@@ -48,7 +54,12 @@ QStringList Symbols::names()
 QString Symbols::glyph(const QString &name)
 {
     const auto found = glyphs().constFind(name);
-    return found == glyphs().constEnd() ? QString() : QString(QChar(*found));
+    return found == glyphs().constEnd() ? QString() : QString(QChar(found->codepoint));
+}
+
+QString Symbols::materialName(const QString &name)
+{
+    return glyphs().value(name).material;
 }
 
 QIcon Symbols::icon(const QString &name, const QColor &color)

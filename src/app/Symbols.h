@@ -22,6 +22,8 @@ public:
     static QStringList names();
     // The glyph for a symbol name; "" for a name we do not know.
     Q_INVOKABLE static QString glyph(const QString &name);
+    // The name of the icon in the font, e.g. "add_comment".
+    static QString materialName(const QString &name);
     // The symbol as a window or tray icon.
     static QIcon icon(const QString &name, const QColor &color);
 };

@@ -9,6 +9,7 @@
 #include <QFontDatabase>
 #include <QQuickItem>
 #include <QRawFont>
+#include <QTextLayout>
 #include <QtTest>
 
 class TestShell : public QObject
@@ -166,6 +167,14 @@ private slots:
             const QString glyph = Symbols::glyph(name);
             QCOMPARE(glyph.size(), 1);
             QVERIFY2(font.supportsCharacter(glyph.at(0)), qPrintable(name));
+            // The code point must be the icon we meant: the one its name shapes to.
+            QTextLayout layout(Symbols::materialName(name), QFont(Symbols::fontFamily()));
+            layout.beginLayout();
+            layout.createLine();
+            layout.endLayout();
+            const QList<QGlyphRun> runs = layout.glyphRuns();
+            QCOMPARE(runs.size(), 1);
+            QCOMPARE(runs.first().glyphIndexes(), font.glyphIndexesForString(glyph));
             glyphs.insert(glyph);
         }
         QCOMPARE(glyphs.size(), used.size());
