@@ -1,5 +1,6 @@
 #include "IdeaStore.h"
 
+#include "AppClock.h"
 #include "Vocabulary.h"
 
 #include <QDir>
@@ -209,7 +210,7 @@ QString IdeaStore::defaultPath()
 }
 
 IdeaStore::IdeaStore(sqlite3 *db, const QString &path)
-    : m_db(db), m_path(path), m_clock([] { return QDateTime::currentDateTimeUtc(); })
+    : m_db(db), m_path(path), m_clock(&AppClock::now)
 {
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AppClock.h"
+
 #include <QDateTime>
 #include <QHashFunctions>
 #include <QString>
@@ -25,7 +27,7 @@ struct Idea
     // A new, not yet stored record: fresh id, "active", both times `now`.
     static Idea make(const QString &title, const QString &body, const QString &category,
                      bool hasReminder, const std::optional<QDateTime> &reminderDate,
-                     bool isVoiceNote, const QDateTime &now = QDateTime::currentDateTimeUtc());
+                     bool isVoiceNote, const QDateTime &now = AppClock::now());
 
     // Identity of the record itself, never of its field values. Unstored records get a
     // process-unique provisional identity; the store replaces it with its row key.
