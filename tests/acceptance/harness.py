@@ -26,10 +26,10 @@ import time
 PYTHON = "/usr/bin/python3"
 HERE = os.path.dirname(os.path.abspath(__file__))
 SCREEN = "1280x800x24"
-DEFAULT_BIN = "/work/main/build/dev/fikranest"
+DEFAULT_BIN = os.path.join(HERE, "..", "..", "build", "dev", "fikranest")
 
-TOP_LEVEL_ROLES = ("frame", "window", "dialog")
-
+# No <servicedir>: nothing may be auto-started behind a test's back, so every
+# service the program can reach is one this harness started on purpose.
 SESSION_BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -54,6 +54,10 @@ def normalize(text):
     return _BIDI_MARKS.sub("", text or "").strip()
 
 
+class WaitTimeout(AssertionError):
+    """Something never happened; a test failure, not a harness error."""
+
+
 def wait_until(predicate, timeout, what, interval=0.25):
     """Polls predicate until it returns something truthy, which is returned."""
     deadline = time.monotonic() + timeout
@@ -62,7 +66,7 @@ def wait_until(predicate, timeout, what, interval=0.25):
         if value:
             return value
         if time.monotonic() >= deadline:
-            raise TimeoutError(f"timed out after {timeout:g}s waiting for {what}")
+            raise WaitTimeout(f"timed out after {timeout:g}s waiting for {what}")
         time.sleep(interval)
 
 
@@ -89,24 +93,25 @@ def _alive(pid):
         return False
 
 
-def stop_process(pid, popen=None, grace=5.0):
-    """SIGTERM, wait, then SIGKILL; popen lets us reap our own children."""
-    if popen is not None:
-        if popen.poll() is None:
-            popen.terminate()
+def stop_process(proc, grace=5.0):
+    """SIGTERM, wait, then SIGKILL. proc is a Popen (so it gets reaped) or a pid."""
+    if isinstance(proc, subprocess.Popen):
+        if proc.poll() is None:
+            proc.terminate()
             try:
-                popen.wait(grace)
+                proc.wait(grace)
             except subprocess.TimeoutExpired:
-                popen.kill()
-                popen.wait()
+                proc.kill()
+                proc.wait()
         return
+    pid = proc
     if not _alive(pid):
         return
     with contextlib.suppress(ProcessLookupError):
         os.kill(pid, signal.SIGTERM)
     try:
         wait_until(lambda: not _alive(pid), grace, f"pid {pid} to exit", 0.05)
-    except TimeoutError:
+    except WaitTimeout:
         with contextlib.suppress(ProcessLookupError):
             os.kill(pid, signal.SIGKILL)
 
@@ -133,9 +138,15 @@ def _children_of(ppid):
     return kids
 
 
-def _bus(address):
+@contextlib.contextmanager
+def bus_at(address):
+    """A private connection: dbus-python's shared session bus would outlive the desktop."""
     import dbus.bus
-    return dbus.bus.BusConnection(address)
+    bus = dbus.bus.BusConnection(address)
+    try:
+        yield bus
+    finally:
+        bus.close()
 
 
 class Desktop:
@@ -186,7 +197,7 @@ class Desktop:
         self._stack.callback(out.close)
         proc = subprocess.Popen(argv, env=env or self.base_env(), stdin=subprocess.DEVNULL,
                                 stdout=kwargs.pop("stdout", out), stderr=out, **kwargs)
-        self._stack.callback(stop_process, proc.pid, proc)
+        self._stack.callback(stop_process, proc)
         return proc
 
     def base_env(self):
@@ -228,6 +239,7 @@ class Desktop:
             address = _read_line(proc.stdout.fileno(), 30, "dbus-daemon")
             pid = int(_read_line(rfd, 30, "dbus-daemon"))
         finally:
+            proc.stdout.close()
             os.close(rfd)
             if wfd is not None:
                 os.close(wfd)
@@ -237,31 +249,27 @@ class Desktop:
     def _start_accessibility(self):
         launcher = self._spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"],
                                "at-spi-bus-launcher.log")
-        session = _bus(self.env["DBUS_SESSION_BUS_ADDRESS"])
-        try:
+        with self.session_bus() as session:
             wait_until(lambda: session.name_has_owner("org.a11y.Bus"), 30,
                        "org.a11y.Bus on the session bus")
             address = str(session.get_object("org.a11y.Bus", "/org/a11y/bus")
                           .GetAddress(dbus_interface="org.a11y.Bus"))
-        finally:
-            session.close()
-        self.env["AT_SPI_BUS_ADDRESS"] = address
+        # Only for our own AT-SPI queries: Qt 6.4 takes AT_SPI_BUS_ADDRESS as
+        # "enabled" before its bridge listens, and then never registers.
+        self.a11y_address = address
         # The launcher's own bus; stopped before the launcher (stack order).
         for pid in _children_of(launcher.pid):
             self._stack.callback(stop_process, pid)
 
         # The registry is what makes applications visible to pyatspi; it is
         # activated on the accessibility bus, so start it now and keep its pid.
-        a11y = _bus(address)
-        try:
+        with bus_at(address) as a11y:
             a11y.start_service_by_name("org.a11y.atspi.Registry")
             wait_until(lambda: a11y.name_has_owner("org.a11y.atspi.Registry"), 30,
                        "the AT-SPI registry")
             registry = int(a11y.call_blocking(
                 "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                 "GetConnectionUnixProcessID", "s", ("org.a11y.atspi.Registry",)))
-        finally:
-            a11y.close()
         self._stack.callback(stop_process, registry)
 
     def _start_notifications(self):
@@ -269,12 +277,9 @@ class Desktop:
         open(self.notifications_log, "w").close()
         self._spawn([PYTHON, os.path.join(HERE, "fake_notifications.py"),
                      "--log", self.notifications_log], "notifications.log")
-        session = _bus(self.env["DBUS_SESSION_BUS_ADDRESS"])
-        try:
+        with self.session_bus() as session:
             wait_until(lambda: session.name_has_owner("org.freedesktop.Notifications"),
                        30, "the notification daemon")
-        finally:
-            session.close()
 
     def _start_tray(self):
         self.tray = self._spawn(["trayer", "--edge", "top", "--align", "right",
@@ -405,19 +410,15 @@ class Desktop:
             calls = [json.loads(line) for line in f if line.strip()]
         return [c for c in calls if method is None or c["method"] == method]
 
-    @contextlib.contextmanager
     def session_bus(self):
-        bus = _bus(self.env["DBUS_SESSION_BUS_ADDRESS"])
-        try:
-            yield bus
-        finally:
-            bus.close()
+        return bus_at(self.env["DBUS_SESSION_BUS_ADDRESS"])
 
     # -- AT-SPI -----------------------------------------------------------
 
     def atspi(self, **request):
+        env = dict(self.base_env(), AT_SPI_BUS_ADDRESS=self.a11y_address)
         result = subprocess.run([PYTHON, os.path.abspath(__file__), "--atspi",
-                                 json.dumps(request)], env=self.base_env(),
+                                 json.dumps(request)], env=env,
                                 capture_output=True, text=True, timeout=120)
         if result.returncode != 0:
             raise RuntimeError(f"AT-SPI query {request} failed:\n{result.stderr}")
@@ -482,13 +483,17 @@ class App:
     def run_again(self, *args, timeout=30):
         """A second launch with the same environment; returns its exit status."""
         out, err = self._log_files()
-        with out, err:
-            return subprocess.run([self.binary, *args], env=self.env, stdin=subprocess.DEVNULL,
-                                  stdout=out, stderr=err, timeout=timeout).returncode
+        try:
+            with out, err:
+                return subprocess.run([self.binary, *args], env=self.env, stdin=subprocess.DEVNULL,
+                                      stdout=out, stderr=err, timeout=timeout).returncode
+        except subprocess.TimeoutExpired:
+            raise AssertionError(f"second launch still running after {timeout}s\n"
+                                 f"{self.output()}") from None
 
     def stop(self):
         if self.proc is not None:
-            stop_process(self.proc.pid, self.proc)
+            stop_process(self.proc)
         for pid in self.processes():
             stop_process(pid)
         shutil.rmtree(self.home, ignore_errors=True)
@@ -545,11 +550,20 @@ class App:
                 if (name is None or normalize(f["name"]) == name)
                 and (showing is None or ("showing" in f["states"]) == showing)]
 
+    def _alive_and(self, predicate):
+        """A predicate for wait_until that gives up at once if the program died."""
+        def check():
+            if not self.running():
+                raise AssertionError(f"the program exited with status {self.proc.poll()}\n"
+                                     f"{self.output()}")
+            return predicate()
+        return check
+
     def wait_frame(self, name, timeout=20, showing=True):
         try:
-            return wait_until(lambda: self.frames(name, showing), timeout,
+            return wait_until(self._alive_and(lambda: self.frames(name, showing)), timeout,
                               f'frame "{name}" (showing={showing})', 0.5)[0]
-        except TimeoutError as e:
+        except WaitTimeout as e:
             self.desktop.screenshot(f"no-frame-{name}")
             raise AssertionError(f"{e}\nAT-SPI tree:\n{self.tree()}\n{self.output()}") from None
 
@@ -558,9 +572,9 @@ class App:
 
     def wait_find(self, name, role=None, frame=None, timeout=20):
         try:
-            return wait_until(lambda: self.find(name, role, frame), timeout,
+            return wait_until(self._alive_and(lambda: self.find(name, role, frame)), timeout,
                               f'"{name}" ({role or "any role"})', 0.5)
-        except TimeoutError as e:
+        except WaitTimeout as e:
             self.desktop.screenshot(f"not-found-{name}")
             raise AssertionError(f"{e}\nAT-SPI tree:\n{self.tree()}\n{self.output()}") from None
 
@@ -572,20 +586,28 @@ class App:
         return done
 
     def text(self, name=None, role=None, frame=None):
+        """A field's content; for anything else (labels) what it reads out."""
         node = self.find(name, role, frame)
-        return None if node is None else node["text"]
+        if node is None:
+            return None
+        if "editable" in node["states"]:
+            return node["text"]
+        return node["text"] or node["name"]
 
     def type_text(self, text, name=None, role="text", frame=None, attempts=5):
         """Types into a field and reads it back, retrying: xdotool drops Arabic letters."""
         for _ in range(attempts):
-            self.wait_find(name, role, frame)
+            field = self.wait_find(name, role, frame)
+            # No window manager hands out keyboard focus here, so we do.
+            self.desktop.xdotool("windowfocus", "--sync", self.windows(normalize(field["frame"]))[0])
             if not self._query("focus", name=name, role=role, frame=frame):
                 raise AssertionError(f'cannot focus "{name}" ({role})')
             self.desktop.xdotool("key", "--clearmodifiers", "ctrl+a", "BackSpace")
             self.desktop.xdotool("type", "--delay", "60", text)
-            with contextlib.suppress(TimeoutError):
-                return wait_until(lambda: normalize(self.text(name, role, frame)) == normalize(text),
-                                  3, "typed text", 0.3)
+            with contextlib.suppress(WaitTimeout):
+                wait_until(lambda: normalize(self.text(name, role, frame)) == normalize(text),
+                           3, "typed text", 0.3)
+                return
         raise AssertionError(f'could not type "{text}"; field holds "{self.text(name, role, frame)}"')
 
     # -- X ----------------------------------------------------------------
@@ -618,7 +640,7 @@ def _node(acc, with_children=False, depth=0):
         actions = [action.getName(i) for i in range(action.nActions)]
     except NotImplementedError:
         actions = []
-    node = {"name": acc.name, "role": acc.getRoleName(), "text": text,
+    node = {"name": acc.name, "role": acc.getRoleName(), "text": text, "path": acc.path,
             "states": sorted(s.value_nick for s in acc.getState().getStates()),
             "actions": actions}
     if with_children and depth < 40:
@@ -634,6 +656,15 @@ def _descendants(acc, depth=0):
             continue
         yield child
         yield from _descendants(child, depth + 1)
+
+
+def _matches(tops, name, role):
+    """(top-level, accessible) pairs with this name and role, depth first."""
+    for top in tops:
+        for acc in [top, *_descendants(top)]:
+            if (name is None or normalize(acc.name) == name) and \
+                    (not role or acc.getRoleName() == role):
+                yield top, acc
 
 
 def _atspi_main(request):
@@ -658,24 +689,13 @@ def _atspi_main(request):
     if op == "frames":
         return [_node(c) for c in tops]
 
-    scope = tops
-    if request.get("frame"):
-        scope = [c for c in tops if normalize(c.name) == request["frame"]]
-    target = None
-    for top in scope:
-        for acc in [top, *_descendants(top)]:
-            if request.get("name") is not None and normalize(acc.name) != request["name"]:
-                continue
-            if request.get("role") and acc.getRoleName() != request["role"]:
-                continue
-            target = acc
-            break
-        if target is not None:
-            break
-    if target is None:
+    scope = [c for c in tops if not request.get("frame") or normalize(c.name) == request["frame"]]
+    found = next(_matches(scope, request.get("name"), request.get("role")), None)
+    if found is None:
         return None
+    top, target = found
     if op == "find":
-        return _node(target)
+        return dict(_node(target), frame=top.name)
     if op == "press":
         action = target.queryAction()
         names = [action.getName(i) for i in range(action.nActions)]
