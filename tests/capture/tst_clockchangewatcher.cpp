@@ -1,0 +1,46 @@
+#include "ClockChangeWatcher.h"
+
+#include <QSaveFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class TestClockChangeWatcher : public QObject
+{
+    Q_OBJECT
+
+    static bool write(const QString &path, const QByteArray &content)
+    {
+        QSaveFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
+    }
+
+private slots:
+    // Setting the real clock needs privileges a test must not use; the test builds'
+    // clock offset file goes through the same signal.
+    void movingTheTestClockCountsAsSettingTheClock()
+    {
+        QTemporaryDir folder;
+        const QString offset = folder.filePath(QStringLiteral("clock-offset"));
+        qputenv("FIKRANEST_CLOCK_OFFSET_FILE", offset.toUtf8());
+        ClockChangeWatcher watcher;
+        QSignalSpy changed(&watcher, &ClockChangeWatcher::changed);
+
+        // Created after the watcher started, then replaced, then rewritten in place.
+        QVERIFY(write(offset, "3600000"));
+        QTRY_VERIFY(changed.size() > 0);
+        changed.clear();
+        QVERIFY(write(offset, "7200000"));
+        QTRY_VERIFY(changed.size() > 0);
+        changed.clear();
+        QFile inPlace(offset);
+        QVERIFY(inPlace.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        inPlace.write("0");
+        inPlace.close();
+        QTRY_VERIFY(changed.size() > 0);
+        qunsetenv("FIKRANEST_CLOCK_OFFSET_FILE");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestClockChangeWatcher)
+#include "tst_clockchangewatcher.moc"

@@ -1,0 +1,127 @@
+#include "ReminderNotifications.h"
+
+#include <QSet>
+#include <QtTest>
+
+namespace {
+
+// Keeps requests the way the desktop does: one per identifier.
+class MemoryCenter : public NotificationCenter
+{
+public:
+    void add(const NotificationRequest &request) override
+    {
+        added.append(request);
+        pending.insert(request.identifier, request);
+    }
+    void removePendingRequests(const QStringList &identifiers) override
+    {
+        for (const QString &identifier : identifiers)
+            pending.remove(identifier);
+    }
+    void requestAuthorization(std::function<void(bool)> completion) override { completion(true); }
+    QList<NotificationRequest> pendingRequests() const override { return pending.values(); }
+
+    QList<NotificationRequest> added;
+    QHash<QString, NotificationRequest> pending;
+};
+
+Idea ideaRemindedAt(const QDateTime &when)
+{
+    return Idea::make(QStringLiteral("اشتر خبز"), {}, QStringLiteral("مهمة"), true, when, false);
+}
+
+} // namespace
+
+class TestReminderNotifications : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void tenDistinctLinesInTheirOrder()
+    {
+        const QStringList &lines = ReminderNotifications::funnyLines();
+        QCOMPARE(lines.size(), 10);
+        QCOMPARE(QSet<QString>(lines.begin(), lines.end()).size(), 10);
+        QCOMPARE(lines.first(), QStringLiteral("تنبيه عاجل!! يوجد لديك فكرة تصيح بالزاوية تقول وينكم عني 😱"));
+        QCOMPARE(lines.last(), QStringLiteral("هذي فكرتك وهي زعلانة منك 😤💡"));
+    }
+
+    void theRequestIsForTheReminderMinuteInTheLocalZone_data()
+    {
+        QTest::addColumn<QByteArray>("zone");
+        QTest::addColumn<QDateTime>("reminder");
+        QTest::addColumn<QList<int>>("trigger");
+
+        const auto utc = [](const char *text) { return QDateTime::fromString(QString::fromLatin1(text), Qt::ISODate); };
+        QTest::newRow("seconds dropped") << QByteArray("UTC") << utc("2024-05-01T09:00:59Z")
+                                         << QList<int>{2024, 5, 1, 9, 0};
+        QTest::newRow("into the next day") << QByteArray("Asia/Riyadh") << utc("2024-12-31T22:45:00Z")
+                                           << QList<int>{2025, 1, 1, 1, 45};
+        QTest::newRow("summer time") << QByteArray("Europe/Berlin") << utc("2024-07-01T17:00:00Z")
+                                     << QList<int>{2024, 7, 1, 19, 0};
+    }
+
+    void theRequestIsForTheReminderMinuteInTheLocalZone()
+    {
+        QFETCH(QByteArray, zone);
+        QFETCH(QDateTime, reminder);
+        QFETCH(QList<int>, trigger);
+
+        const Idea idea = ideaRemindedAt(reminder);
+        MemoryCenter center;
+        // The word uniform(10, …) turns into 7.
+        ReminderNotifications::scheduleNotification(idea, center, [] { return 0xB3333334u; }, QTimeZone(zone));
+
+        QCOMPARE(center.added.size(), 1);
+        const NotificationRequest request = center.added.first();
+        QCOMPARE(request.identifier, idea.id.toString(QUuid::WithoutBraces).toUpper());
+        QCOMPARE(request.title, QStringLiteral("الفكرون 🗑️"));
+        QCOMPARE(request.body, ReminderNotifications::funnyLines().at(7));
+        QCOMPARE(request.sound, QStringLiteral("default"));
+        const NotificationTrigger &at = request.trigger;
+        QCOMPARE((QList<int>{at.year, at.month, at.day, at.hour, at.minute}), trigger);
+    }
+
+    void anIdeaWithoutAReminderAsksForNothing()
+    {
+        Idea idea = ideaRemindedAt({});
+        idea.reminderDate.reset();
+        MemoryCenter center;
+        ReminderNotifications::scheduleNotification(idea, center);
+        QVERIFY(center.added.isEmpty());
+    }
+
+    void cancellingUsesTheIdentifierItWasScheduledWith()
+    {
+        MemoryCenter center;
+        const Idea kept = ideaRemindedAt(QDateTime::currentDateTimeUtc().addDays(1));
+        const Idea dropped = ideaRemindedAt(QDateTime::currentDateTimeUtc().addDays(2));
+        ReminderNotifications::scheduleNotification(kept, center);
+        ReminderNotifications::scheduleNotification(dropped, center);
+
+        ReminderNotifications::cancelNotification(dropped.idText(), center);
+        ReminderNotifications::cancelNotification(ideaRemindedAt({}).idText(), center);
+        QCOMPARE(center.pending.keys(), QStringList{kept.idText()});
+    }
+
+    void everyLineComesUpAboutEquallyOften()
+    {
+        constexpr int draws = 50'000;
+        const Idea idea = ideaRemindedAt(QDateTime::currentDateTimeUtc());
+        MemoryCenter center;
+        for (int i = 0; i < draws; ++i)
+            ReminderNotifications::scheduleNotification(idea, center);
+
+        QHash<QString, int> counts;
+        for (const NotificationRequest &request : std::as_const(center.added))
+            ++counts[request.body];
+        QCOMPARE(counts.size(), 10);
+        // About 67 draws of spread each way; 450 is more than six of them.
+        for (const QString &line : ReminderNotifications::funnyLines())
+            QVERIFY2(qAbs(counts.value(line) - draws / 10) < 450, qPrintable(line));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestReminderNotifications)
+#include "tst_remindernotifications.moc"
