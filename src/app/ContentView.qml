@@ -30,21 +30,16 @@ Item {
         OnboardingView {}
     }
 
-    Popup {
+    SheetPopup {
         id: whatsNewSheet
 
         objectName: "whatsNewSheet"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        width: Math.min(parent.width, 440)
-        height: parent.height
-        modal: true
-        padding: 0
         visible: contentState.showWhatsNew
         onClosed: contentState.showWhatsNew = false
-
-        contentItem: WhatsNewView {
-            onDismissRequested: whatsNewSheet.close()
+        content: Component {
+            WhatsNewView {
+                onDismissRequested: whatsNewSheet.close()
+            }
         }
     }
 

@@ -3,6 +3,8 @@
 #include "AppDelegate.h"
 #include "AppEvents.h"
 #include "AppSettings.h"
+#include "ClockChangeWatcher.h"
+#include "DesktopNotificationCenter.h"
 #include "MenuBarExtra.h"
 #include "AppPalette.h"
 #include "Symbols.h"
@@ -32,6 +34,8 @@ FikranestApp::~FikranestApp()
     delete m_mainWindow;
     m_menuBar.reset();
     m_engine.reset();
+    if (NotificationCenter::shared() == m_notifications.get())
+        NotificationCenter::setShared(nullptr);
 }
 
 void FikranestApp::prepare(QGuiApplication &application)
@@ -62,6 +66,15 @@ bool FikranestApp::start(bool background)
         if (status)
             status->recheck(*m_probes);
     });
+
+    // Reminders due while the program was closed go out now.
+    m_notifications = std::make_unique<DesktopNotificationCenter>(DesktopNotificationCenter::defaultPath());
+    NotificationCenter::setShared(m_notifications.get());
+    connect(m_notifications.get(), &NotificationCenter::notificationActivated, this,
+            [this] { openWindow(QStringLiteral("main")); });
+    m_clockWatcher = std::make_unique<ClockChangeWatcher>();
+    connect(m_clockWatcher.get(), &ClockChangeWatcher::changed, m_notifications.get(),
+            &DesktopNotificationCenter::reschedule);
 
     m_engine = std::make_unique<QQmlEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/"));

@@ -9,6 +9,8 @@
 
 #include <memory>
 
+class ClockChangeWatcher;
+class DesktopNotificationCenter;
 class MenuBarExtra;
 class QGuiApplication;
 class QJSEngine;
@@ -51,6 +53,8 @@ public:
 private:
     std::unique_ptr<CloudProbes> m_probes;
     StoreContainer m_container;
+    std::unique_ptr<DesktopNotificationCenter> m_notifications;
+    std::unique_ptr<ClockChangeWatcher> m_clockWatcher;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<MenuBarExtra> m_menuBar;
     QPointer<QQuickWindow> m_mainWindow;

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Layouts
 import Fikranest
 
 // The main list of ideas.
@@ -7,11 +8,32 @@ Rectangle {
     objectName: "ideasListView"
     color: AppPalette.blue50
 
-    Label {
+    ColumnLayout {
         anchors.centerIn: parent
-        text: "قائمة الأفكار"
-        color: AppPalette.blue800
-        font.pixelSize: 28
-        font.bold: true
+        spacing: 16
+
+        Label {
+            Layout.alignment: Qt.AlignHCenter
+            text: "قائمة الأفكار"
+            color: AppPalette.blue800
+            font.pixelSize: 28
+            font.bold: true
+        }
+        AppButton {
+            Layout.alignment: Qt.AlignHCenter
+            text: "فكرة جديدة"
+            onClicked: captureSheet.open()
+        }
+    }
+
+    SheetPopup {
+        id: captureSheet
+
+        objectName: "captureSheetPopup"
+        content: Component {
+            CaptureSheet {
+                onDismissRequested: captureSheet.close()
+            }
+        }
     }
 }

@@ -445,8 +445,10 @@ class App:
         for d in (self.data_home, self.config_home, self.cache_home):
             os.mkdir(d, 0o700)
         self.env = desktop.base_env()
+        self.clock_offset_file = os.path.join(self.home, "clock-offset")
         self.env.update(HOME=self.home, XDG_DATA_HOME=self.data_home,
                         XDG_CONFIG_HOME=self.config_home, XDG_CACHE_HOME=self.cache_home,
+                        FIKRANEST_CLOCK_OFFSET_FILE=self.clock_offset_file,
                         QT_QPA_PLATFORM="xcb", QT_QUICK_BACKEND="software",
                         QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
         self.proc = None
@@ -465,6 +467,25 @@ class App:
         os.makedirs(os.path.dirname(self.settings_path), exist_ok=True)
         with open(self.settings_path, "w", encoding="utf-8") as f:
             f.write(text)
+
+    @property
+    def reminders_path(self):
+        return os.path.join(self.data_home, "Fikranest", "reminders.json")
+
+    def pending_reminders(self):
+        """What the program keeps waiting to be shown (its own file, read as is)."""
+        if not os.path.exists(self.reminders_path):
+            return []
+        with open(self.reminders_path, encoding="utf-8") as f:
+            data = json.load(f)
+        return data["requests"] if isinstance(data, dict) else data
+
+    def move_clock(self, seconds):
+        """Moves the program's clock (test builds only) as a changed system clock would."""
+        tmp = self.clock_offset_file + ".tmp"
+        with open(tmp, "w") as f:
+            f.write(str(int(seconds * 1000)))
+        os.replace(tmp, self.clock_offset_file)
 
     def _log_files(self):
         self._runs += 1

@@ -1,0 +1,141 @@
+#include "CaptureSheetModel.h"
+
+#include "IdeaStore.h"
+#include "NotificationCenter.h"
+#include "ReminderNotifications.h"
+#include "ReminderOption.h"
+#include "Vocabulary.h"
+
+namespace {
+
+bool isSpaceOrTab(QChar ch)
+{
+    return ch == u'\t' || ch.category() == QChar::Separator_Space;
+}
+
+} // namespace
+
+CaptureSheetModel::CaptureSheetModel(QObject *parent)
+    : CaptureSheetModel(IdeaStore::create(nullptr, nullptr), NotificationCenter::shared(), parent)
+{
+}
+
+CaptureSheetModel::CaptureSheetModel(IdeaStore *store, NotificationCenter *notifications, QObject *parent)
+    : QObject(parent),
+      m_store(store),
+      m_notifications(notifications),
+      m_recorder(nullptr, this),
+      // Most of what people throw in here is a passing thought: the record's own default.
+      m_selectedCategory(Vocabulary::defaultCategory())
+{
+}
+
+QString CaptureSheetModel::trimmedTitle(const QString &title)
+{
+    qsizetype begin = 0;
+    qsizetype end = title.size();
+    while (begin < end && isSpaceOrTab(title.at(begin)))
+        ++begin;
+    while (end > begin && isSpaceOrTab(title.at(end - 1)))
+        --end;
+    return title.mid(begin, end - begin);
+}
+
+QString CaptureSheetModel::joinedTitle(const QString &title, const QString &dictated)
+{
+    return title.isEmpty() ? dictated : title + u' ' + dictated;
+}
+
+void CaptureSheetModel::setTitle(const QString &title)
+{
+    if (title == m_title)
+        return;
+    m_title = title;
+    emit titleChanged();
+}
+
+void CaptureSheetModel::setSelectedCategory(const QString &category)
+{
+    if (category == m_selectedCategory)
+        return;
+    m_selectedCategory = category;
+    emit selectedCategoryChanged();
+}
+
+QStringList CaptureSheetModel::categories()
+{
+    return Vocabulary::categories();
+}
+
+QStringList CaptureSheetModel::reminderLabels()
+{
+    QStringList labels;
+    for (const ReminderOption &option : ReminderOption::allCases())
+        labels << option.rawValue();
+    return labels;
+}
+
+void CaptureSheetModel::setShowPermissionAlert(bool show)
+{
+    if (show == m_showPermissionAlert)
+        return;
+    m_showPermissionAlert = show;
+    emit showPermissionAlertChanged();
+}
+
+void CaptureSheetModel::tapReminder(int index)
+{
+    if (index < 0 || index >= ReminderOption::allCases().size())
+        return;
+    m_selectedReminder = index == m_selectedReminder ? -1 : index;
+    emit selectedReminderChanged();
+}
+
+void CaptureSheetModel::tapVoiceButton()
+{
+    if (m_recorder.isRecording()) {
+        m_recorder.stopRecording();
+        return;
+    }
+    m_recorder.requestPermissions([recorder = QPointer<AudioRecorder>(&m_recorder), this](bool granted) {
+        if (!recorder)
+            return;
+        if (granted)
+            recorder->startRecording();
+        else
+            setShowPermissionAlert(true);
+    });
+}
+
+void CaptureSheetModel::useTranscribedText()
+{
+    setTitle(joinedTitle(m_title, m_recorder.transcribedText()));
+    m_recorder.setTranscribedText({});
+}
+
+bool CaptureSheetModel::save()
+{
+    m_recorder.stopRecording();
+    const QString title = trimmedTitle(m_title);
+    if (title.isEmpty() || !m_store)
+        return false;
+
+    std::optional<QDateTime> reminderDate;
+    if (m_selectedReminder >= 0)
+        reminderDate = ReminderOption::allCases().at(m_selectedReminder).date();
+    // Dictated or not, the sheet never marks an idea as a voice note.
+    Idea idea = Idea::make(title, QString(), m_selectedCategory, reminderDate.has_value(), reminderDate, false);
+    if (!m_store->insert(idea)) {
+        m_saveError = IdeaStore::writeFailureMessage();
+        emit saveErrorChanged();
+        return false;
+    }
+    if (reminderDate && m_notifications)
+        ReminderNotifications::scheduleNotification(idea, *m_notifications);
+    return true;
+}
+
+void CaptureSheetModel::cancel()
+{
+    m_recorder.stopRecording();
+}
