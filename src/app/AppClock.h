@@ -10,4 +10,8 @@ class AppClock
 public:
     static QDateTime now();
     static QTimeZone timeZone() { return QTimeZone::systemTimeZone(); }
+
+    // The instant a clock in `zone` shows `time` on `day`: the first one when the
+    // clocks go back over it, the end of the jump when they skip it.
+    static QDateTime firstInstantAt(QDate day, QTime time, const QTimeZone &zone);
 };

@@ -35,26 +35,7 @@ QDateTime firstInstant(const NotificationTrigger &trigger, const QTimeZone &zone
     const QTime time(trigger.hour, trigger.minute);
     if (!date.isValid() || !time.isValid())
         return {};
-    // The wall-clock reading taken as UTC; every real offset is well within a day of it.
-    const QDateTime wall(date, time, QTimeZone::utc());
-    struct Span
-    {
-        QDateTime start;
-        int offset;
-    };
-    const QDateTime from = wall.addDays(-2);
-    QList<Span> spans{{from, zone.offsetFromUtc(from)}};
-    for (const QTimeZone::OffsetData &transition : zone.transitions(from, wall.addDays(2)))
-        spans.append({transition.atUtc, transition.offsetFromUtc});
-    // Within one span the wall clock only moves forward, so the first span in which it
-    // gets to `wall` holds the answer.
-    qsizetype i = 0;
-    QDateTime reached = std::max(spans[0].start, wall.addSecs(-spans[0].offset));
-    while (i + 1 < spans.size() && reached >= spans[i + 1].start) {
-        ++i;
-        reached = std::max(spans[i].start, wall.addSecs(-spans[i].offset));
-    }
-    return reached;
+    return AppClock::firstInstantAt(date, time, zone);
 }
 
 QJsonObject toJson(const NotificationRequest &request)

@@ -34,10 +34,6 @@ public:
     QDateTime date(const QDateTime &now = AppClock::now(), const QTimeZone &zone = AppClock::timeZone(),
                    const SecureRandom::Source &random = SecureRandom::systemWord) const;
 
-    // The instant a clock in `zone` shows `time` on `day`: the first one when the
-    // clocks go back over it, the end of the jump when they skip it.
-    static QDateTime firstInstantAt(QDate day, QTime time, const QTimeZone &zone);
-
     friend bool operator==(const ReminderOption &a, const ReminderOption &b)
     {
         return a.rawValue() == b.rawValue();

@@ -141,7 +141,7 @@ private slots:
 
         const QTimeZone timeZone(zone);
         QVERIFY(timeZone.isValid());
-        const QDateTime instant = ReminderOption::firstInstantAt(day, time, timeZone);
+        const QDateTime instant = AppClock::firstInstantAt(day, time, timeZone);
         QVERIFY(instant.isValid());
         QCOMPARE(instant.toUTC(), expected);
     }
