@@ -410,6 +410,14 @@ class Desktop:
             calls = [json.loads(line) for line in f if line.strip()]
         return [c for c in calls if method is None or c["method"] == method]
 
+    def click_notification(self, nid, action="default"):
+        """Plays the user clicking a notification the fake server is showing."""
+        import dbus
+        with self.session_bus() as bus:
+            server = bus.get_object("org.freedesktop.Notifications", "/org/freedesktop/Notifications")
+            dbus.Interface(server, "org.freedesktop.Notifications.TestControl").InvokeAction(
+                dbus.UInt32(nid), action)
+
     def session_bus(self):
         return bus_at(self.env["DBUS_SESSION_BUS_ADDRESS"])
 

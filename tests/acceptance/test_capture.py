@@ -91,6 +91,13 @@ class CaptureTest(unittest.TestCase):
         wait_until(lambda: self.app.pending_reminders() == [], 10, "the request to be done")
         self.desktop.screenshot("reminded")
 
+        # Clicking the notification brings the main window back from the tray.
+        self.app.close_window(MAIN)
+        wait_until(lambda: not self.app.frames(MAIN, showing=True), 20, "the window to close")
+        self.desktop.click_notification(shown[0]["id"])
+        self.app.wait_frame(MAIN)
+        self.desktop.screenshot("window-back-from-notification")
+
     def test_blank_titles_are_not_saved_and_escape_cancels(self):
         self.open_sheet()
         self.app.type_text("   ", name=FIELD)
