@@ -107,5 +107,24 @@ Item {
             sheet.save()
             compare(dismissed.count, 1)
         }
+
+        function test_keyboardSavesAndCancels() {
+            const sheet = createTemporaryObject(sheetComponent, root)
+            const dismissed = createTemporaryQmlObject("import QtTest; SignalSpy { signalName: 'dismissRequested' }", root)
+            dismissed.target = sheet
+            const field = named(sheet, "titleField")
+            tryVerify(() => field.activeFocus)
+            keyClick(Qt.Key_Return, Qt.ControlModifier)
+            compare(dismissed.count, 0)
+            compare(field.text, "")
+
+            sheet.model.title = "بالكيبورد"
+            keyClick(Qt.Key_Return, Qt.ControlModifier)
+            compare(dismissed.count, 1)
+            compare(field.text, "بالكيبورد")
+
+            keyClick(Qt.Key_Escape)
+            compare(dismissed.count, 2)
+        }
     }
 }
