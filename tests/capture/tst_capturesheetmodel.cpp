@@ -131,13 +131,6 @@ private slots:
         QVERIFY(notifications.requests.isEmpty());
     }
 
-    void theLabelsAreTheReminderChoicesInOrder()
-    {
-        QCOMPARE(CaptureSheetModel::reminderLabels(),
-                 QStringList({"بكرة الصباح ☀️", "بكرة المساء 🌙", "بعد 3 أيام 📅", "بعد أسبوع 🗓️", "بعدين 🎲"}));
-        QCOMPARE(CaptureSheetModel::categories(), QStringList({"فكرة", "مهمة", "ملاحظة"}));
-    }
-
     void withoutAnEngineDictationSaysItIsUnavailable()
     {
         CaptureSheetModel model(store.get(), &notifications);
