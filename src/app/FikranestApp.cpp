@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QFont>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QJSEngine>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -47,8 +48,22 @@ void FikranestApp::prepare(QGuiApplication &application)
                       QStringLiteral("Noto Color Emoji")});
     application.setFont(font);
     application.setLayoutDirection(Qt::RightToLeft);
-    // Basic keeps the light look whatever the desktop theme says.
+    // Light whatever the desktop theme says: the Basic style draws from this palette.
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    QPalette light;
+    light.setColor(QPalette::Window, Qt::white);
+    light.setColor(QPalette::WindowText, QColor(0x1F, 0x29, 0x37));
+    light.setColor(QPalette::Base, Qt::white);
+    light.setColor(QPalette::AlternateBase, QColor::fromRgb(AppPalette::rgbBlue50));
+    light.setColor(QPalette::Text, QColor(0x1F, 0x29, 0x37));
+    light.setColor(QPalette::PlaceholderText, QColor(0x9C, 0xA3, 0xAF));
+    light.setColor(QPalette::Button, QColor(0xE5, 0xE7, 0xEB));
+    light.setColor(QPalette::ButtonText, QColor(0x1F, 0x29, 0x37));
+    light.setColor(QPalette::Highlight, QColor::fromRgb(AppPalette::rgbBlue600));
+    light.setColor(QPalette::HighlightedText, Qt::white);
+    light.setColor(QPalette::ToolTipBase, QColor(0x1F, 0x29, 0x37));
+    light.setColor(QPalette::ToolTipText, Qt::white);
+    application.setPalette(light);
     application.setWindowIcon(Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600)));
 }
 

@@ -43,7 +43,26 @@ class TestShell : public QObject
     static QQuickItem *contentView(QQuickWindow *window) { return findItem(window->contentItem(), "contentView"); }
 
 private slots:
-    void initTestCase() { FikranestApp::prepare(*qApp); }
+    void initTestCase()
+    {
+        // A dark desktop theme must not reach the program.
+        QPalette dark;
+        dark.setColor(QPalette::Window, Qt::black);
+        dark.setColor(QPalette::WindowText, Qt::white);
+        QGuiApplication::setPalette(dark);
+        FikranestApp::prepare(*qApp);
+    }
+
+    void theLookIsLightAndRightToLeft()
+    {
+        const QPalette palette = QGuiApplication::palette();
+        QVERIFY(palette.color(QPalette::Window).lightness() > 200);
+        QVERIFY(palette.color(QPalette::WindowText).lightness() < 80);
+        QVERIFY(palette.color(QPalette::Base).lightness() > 200);
+        QCOMPARE(QGuiApplication::layoutDirection(), Qt::RightToLeft);
+        QCOMPARE(QGuiApplication::font().families(),
+                 QStringList({"Noto Sans Arabic", "Noto Sans", "Noto Color Emoji"}));
+    }
     void cleanup() { app.reset(); }
 
     void thereIsOnlyEverOneMainWindow()
