@@ -1,7 +1,6 @@
 #include "CaptureSheetModel.h"
 #include "FakeNotificationCenter.h"
 #include "IdeaStore.h"
-#include "ReminderNotifications.h"
 #include "ReminderOption.h"
 #include "TestFolders.h"
 
@@ -100,13 +99,7 @@ private slots:
         QCOMPARE(idea.reminderDate->toMSecsSinceEpoch(), expected.toMSecsSinceEpoch());
 
         QCOMPARE(notifications.requests.size(), 1);
-        const NotificationRequest &request = notifications.requests.first();
-        QCOMPARE(request.identifier, idea.idText());
-        QCOMPARE(request.title, "الفكرون 🗑️");
-        QVERIFY(ReminderNotifications::funnyLines().contains(request.body));
-        const QDateTime local = idea.reminderDate->toTimeZone(AppClock::timeZone());
-        QCOMPARE(request.trigger.hour, local.time().hour());
-        QCOMPARE(request.trigger.day, local.date().day());
+        QCOMPARE(notifications.requests.first().identifier, idea.idText());
     }
 
     void tappingTheChosenReminderAgainClearsIt()
