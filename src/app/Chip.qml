@@ -9,6 +9,8 @@ AppButton {
     property bool selected: false
     property string emoji: ""
     property real radius: 12
+    // How long the fill takes to follow a change of choice; 0 switches at once.
+    property int selectionAnimationMs: 0
 
     font.pixelSize: 14
     horizontalPadding: 14
@@ -31,5 +33,9 @@ AppButton {
     background: Rectangle {
         radius: chip.radius
         color: chip.selected ? AppPalette.blue600 : AppPalette.blue50
+        Behavior on color {
+            enabled: chip.selectionAnimationMs > 0
+            ColorAnimation { duration: chip.selectionAnimationMs; easing.type: Easing.InOutQuad }
+        }
     }
 }

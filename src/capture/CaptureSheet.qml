@@ -249,6 +249,7 @@ Rectangle {
                         text: modelData
                         radius: 10
                         padding: 10
+                        selectionAnimationMs: 200
                         selected: sheetModel.selectedReminder === index
                         onClicked: sheetModel.tapReminder(index)
                     }
