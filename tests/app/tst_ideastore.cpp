@@ -211,6 +211,32 @@ private slots:
         QCOMPARE(removed.size(), 1);
     }
 
+    void aFailedWriteIsReportedAndChangesNothing()
+    {
+        Idea kept = add("قبل", 1000);
+        {
+            // Every write refused from here on, as a full disk would.
+            const RawDb raw(path);
+            raw.exec("CREATE TRIGGER refuseInsert BEFORE INSERT ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END;"
+                     "CREATE TRIGGER refuseUpdate BEFORE UPDATE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END;");
+        }
+        QSignalSpy failed(store.get(), &IdeaStore::writeFailed);
+        QSignalSpy inserted(store.get(), &IdeaStore::inserted);
+        QSignalSpy updated(store.get(), &IdeaStore::updated);
+
+        Idea idea = Idea::make("بعد", "", "فكرة", false, std::nullopt, false);
+        QVERIFY(!store->insert(idea));
+        QVERIFY(!idea.isStored());
+        QVERIFY(!store->toggleStatus(kept));
+        QCOMPARE(kept.status, "active");
+        QCOMPARE(failed.size(), 2);
+        QCOMPARE(failed.first().first().toString(), IdeaStore::writeFailureMessage());
+        QCOMPARE(inserted.size(), 0);
+        QCOMPARE(updated.size(), 0);
+        QCOMPARE(titles(store->allIdeas()), QStringList({"قبل"}));
+        QCOMPARE(store->allIdeas().first().status, "active");
+    }
+
     void togglingStampsUpdatedAt()
     {
         Idea idea = add("x", now);

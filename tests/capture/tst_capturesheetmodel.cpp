@@ -5,6 +5,7 @@
 #include "TestFolders.h"
 
 #include <QSignalSpy>
+#include <sqlite3.h>
 #include <QtTest>
 
 class TestCaptureSheetModel : public QObject
@@ -100,6 +101,24 @@ private slots:
 
         QCOMPARE(notifications.requests.size(), 1);
         QCOMPARE(notifications.requests.first().identifier, idea.idText());
+    }
+
+    void aFailedSaveKeepsTheSheetAndSaysWhy()
+    {
+        sqlite3 *raw = nullptr;
+        QCOMPARE(sqlite3_open(store->path().toUtf8(), &raw), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(raw, "CREATE TRIGGER refuse BEFORE INSERT ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END",
+                              nullptr, nullptr, nullptr),
+                 SQLITE_OK);
+        sqlite3_close(raw);
+
+        CaptureSheetModel model(store.get(), &notifications);
+        model.setTitle("ما تنحفظ");
+        model.tapReminder(1);
+        QVERIFY(!model.save());
+        QCOMPARE(model.saveError(), IdeaStore::writeFailureMessage());
+        QCOMPARE(model.title(), "ما تنحفظ");
+        QVERIFY(notifications.requests.isEmpty());
     }
 
     void tappingTheChosenReminderAgainClearsIt()
