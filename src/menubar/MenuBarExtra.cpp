@@ -1,8 +1,5 @@
 #include "MenuBarExtra.h"
 
-#include "AppPalette.h"
-#include "Symbols.h"
-
 #include <QCursor>
 #include <QGuiApplication>
 #include <QQmlComponent>
@@ -33,7 +30,8 @@ bool MenuBarExtra::create()
             m_panel->hide();
     });
 
-    m_tray.setIcon(Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600)));
+    // The application's icon, drawn once at start from the same symbol.
+    m_tray.setIcon(QGuiApplication::windowIcon());
     m_tray.setToolTip(QStringLiteral("الفكرون"));
     connect(&m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
