@@ -380,6 +380,11 @@ void IdeaStore::setShared(IdeaStore *store)
     sharedStore = store;
 }
 
+IdeaStore *IdeaStore::shared()
+{
+    return sharedStore;
+}
+
 IdeaStore *IdeaStore::create(QQmlEngine *, QJSEngine *)
 {
     Q_ASSERT(sharedStore);

@@ -58,6 +58,7 @@ public:
 
     // The store QML sees: the one the application opened at start-up.
     static void setShared(IdeaStore *store);
+    static IdeaStore *shared();
     static IdeaStore *create(QQmlEngine *, QJSEngine *);
 
     // Returns the new idea's id text, or "" when it could not be saved.

@@ -17,7 +17,7 @@ bool comesBefore(const Idea &a, const Idea &b)
 
 } // namespace
 
-IdeaListModel::IdeaListModel(QObject *parent) : IdeaListModel(IdeaStore::create(nullptr, nullptr), parent)
+IdeaListModel::IdeaListModel(QObject *parent) : IdeaListModel(IdeaStore::shared(), parent)
 {
 }
 

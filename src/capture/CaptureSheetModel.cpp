@@ -16,7 +16,7 @@ bool isSpaceOrTab(QChar ch)
 } // namespace
 
 CaptureSheetModel::CaptureSheetModel(QObject *parent)
-    : CaptureSheetModel(IdeaStore::create(nullptr, nullptr), NotificationCenter::shared(), parent)
+    : CaptureSheetModel(IdeaStore::shared(), NotificationCenter::shared(), parent)
 {
 }
 
