@@ -27,4 +27,7 @@ public:
     QColor blue100() const { return QColor::fromRgb(rgbBlue100); }
     QColor blue600() const { return QColor::fromRgb(rgbBlue600); }
     QColor blue800() const { return QColor::fromRgb(rgbBlue800); }
+
+    // Each category's own blue, for its chip on a card; unknown words look like an idea.
+    Q_INVOKABLE static QColor categoryColor(const QString &category);
 };

@@ -13,6 +13,9 @@
 // and two copies are the same idea exactly when they carry the same record identity.
 struct Idea
 {
+    // A new, not yet stored record: a fresh id, "active", both times now.
+    Idea();
+
     QUuid id;
     QString title;
     QString body;
@@ -42,5 +45,9 @@ struct Idea
 
 private:
     friend class IdeaStore;
+    // For rows read back from the store, which bring their own id and dates.
+    struct Stored {};
+    explicit Idea(Stored) {}
+
     qint64 m_recordId = 0;
 };

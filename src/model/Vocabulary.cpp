@@ -12,8 +12,17 @@ QString Vocabulary::defaultCategory()
 
 QStringList Vocabulary::filterLabels()
 {
-    return {QStringLiteral("الكل"), QStringLiteral("فكرة"), QStringLiteral("مهمة"),
-            QStringLiteral("ملاحظة"), QStringLiteral("لها موعد")};
+    return QStringList{allFilter()} + categories() + QStringList{reminderFilter()};
+}
+
+QString Vocabulary::allFilter()
+{
+    return QStringLiteral("الكل");
+}
+
+QString Vocabulary::reminderFilter()
+{
+    return QStringLiteral("لها موعد");
 }
 
 QString Vocabulary::active()

@@ -22,6 +22,8 @@ public:
     static QString defaultCategory();
     // The list's filters: "all", the three categories, "has a reminder".
     static QStringList filterLabels();
+    static QString allFilter();
+    static QString reminderFilter();
 
     static QString active();
     static QString done();

@@ -1,8 +1,5 @@
 #include "IdeaStore.h"
 
-#include "AppClock.h"
-#include "Vocabulary.h"
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -30,8 +27,9 @@ const char *const columns = "id, title, body, category, status, hasReminder, rem
 const QStringList columnNames = {"id", "title", "body", "category", "status", "hasReminder",
                                  "reminderDate", "isVoiceNote", "createdAt", "updatedAt"};
 
-// No column is unique or indexed: the record's identity is its rowid, which is what
-// every write addresses. The table is never vacuumed, so rowids stay put.
+// No column is unique or indexed. The record's identity is its rowid, which the table
+// is never vacuumed to renumber; SQLite hands a deleted row's rowid to the next insert,
+// so every write matches the random `id` as well.
 const char *const createTable = R"(CREATE TABLE Idea (
     id TEXT NOT NULL,
     title TEXT NOT NULL DEFAULT '',
@@ -126,22 +124,21 @@ void bindText(sqlite3_stmt *statement, int index, const QString &value)
     sqlite3_bind_text(statement, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
 }
 
-// Binds the ten fields, in column order, from index 1.
-void bindFields(sqlite3_stmt *statement, const Idea &idea)
+// Binds the fields after `id`, in column order, from index `first`.
+void bindFields(sqlite3_stmt *statement, const Idea &idea, int first)
 {
-    bindText(statement, 1, idea.idText());
-    bindText(statement, 2, idea.title);
-    bindText(statement, 3, idea.body);
-    bindText(statement, 4, idea.category);
-    bindText(statement, 5, idea.status);
-    sqlite3_bind_int(statement, 6, idea.hasReminder ? 1 : 0);
+    bindText(statement, first, idea.title);
+    bindText(statement, first + 1, idea.body);
+    bindText(statement, first + 2, idea.category);
+    bindText(statement, first + 3, idea.status);
+    sqlite3_bind_int(statement, first + 4, idea.hasReminder ? 1 : 0);
     if (idea.reminderDate && idea.reminderDate->isValid())
-        sqlite3_bind_int64(statement, 7, idea.reminderDate->toMSecsSinceEpoch());
+        sqlite3_bind_int64(statement, first + 5, idea.reminderDate->toMSecsSinceEpoch());
     else
-        sqlite3_bind_null(statement, 7);
-    sqlite3_bind_int(statement, 8, idea.isVoiceNote ? 1 : 0);
-    sqlite3_bind_int64(statement, 9, idea.createdAt.toMSecsSinceEpoch());
-    sqlite3_bind_int64(statement, 10, idea.updatedAt.toMSecsSinceEpoch());
+        sqlite3_bind_null(statement, first + 5);
+    sqlite3_bind_int(statement, first + 6, idea.isVoiceNote ? 1 : 0);
+    sqlite3_bind_int64(statement, first + 7, idea.createdAt.toMSecsSinceEpoch());
+    sqlite3_bind_int64(statement, first + 8, idea.updatedAt.toMSecsSinceEpoch());
 }
 
 } // namespace
@@ -210,7 +207,7 @@ QString IdeaStore::defaultPath()
 }
 
 IdeaStore::IdeaStore(sqlite3 *db, const QString &path)
-    : m_db(db), m_path(path), m_clock(&AppClock::now)
+    : m_db(db), m_path(path)
 {
 }
 
@@ -263,7 +260,8 @@ bool IdeaStore::insert(Idea &idea)
     sqlite3_stmt *statement = prepared(InsertSlot, sql.constData());
     if (!statement)
         return failed();
-    bindFields(statement, idea);
+    bindText(statement, 1, idea.idText());
+    bindFields(statement, idea, 2);
     if (!exec(statement))
         return false;
     idea.m_recordId = sqlite3_last_insert_rowid(m_db);
@@ -271,55 +269,67 @@ bool IdeaStore::insert(Idea &idea)
     return true;
 }
 
-bool IdeaStore::update(const Idea &idea)
+IdeaStore::Write IdeaStore::changeOne(sqlite3_stmt *statement, const Idea &idea, int idIndex)
+{
+    if (!statement) {
+        failed();
+        return Write::failed;
+    }
+    bindText(statement, idIndex, idea.idText());
+    sqlite3_bind_int64(statement, idIndex + 1, idea.m_recordId);
+    if (!exec(statement))
+        return Write::failed;
+    return sqlite3_changes(m_db) == 1 ? Write::done : Write::gone;
+}
+
+IdeaStore::Write IdeaStore::update(const Idea &idea)
 {
     if (!idea.isStored())
-        return false;
+        return Write::gone;
+    // The id never changes, so it is only matched, not written.
     sqlite3_stmt *statement = prepared(UpdateSlot,
-        "UPDATE Idea SET id = ?, title = ?, body = ?, category = ?, status = ?, hasReminder = ?, "
-        "reminderDate = ?, isVoiceNote = ?, createdAt = ?, updatedAt = ? WHERE rowid = ?");
-    if (!statement)
-        return failed();
-    bindFields(statement, idea);
-    sqlite3_bind_int64(statement, 11, idea.m_recordId);
-    if (!exec(statement))
-        return false;
-    if (sqlite3_changes(m_db) != 1)
-        return false;
-    emit updated(idea);
-    return true;
+        "UPDATE Idea SET title = ?, body = ?, category = ?, status = ?, hasReminder = ?, "
+        "reminderDate = ?, isVoiceNote = ?, createdAt = ?, updatedAt = ? WHERE id = ? AND rowid = ?");
+    if (statement)
+        bindFields(statement, idea, 1);
+    const Write result = changeOne(statement, idea, 10);
+    if (result == Write::done)
+        emit updated(idea);
+    return result;
 }
 
-bool IdeaStore::remove(const Idea &idea)
+IdeaStore::Write IdeaStore::remove(const Idea &idea)
 {
     if (!idea.isStored())
-        return false;
-    sqlite3_stmt *statement = prepared(DeleteSlot, "DELETE FROM Idea WHERE rowid = ?");
-    if (!statement)
-        return failed();
-    sqlite3_bind_int64(statement, 1, idea.m_recordId);
-    if (!exec(statement))
-        return false;
-    if (sqlite3_changes(m_db) != 1)
-        return false;
-    emit removed(idea);
-    return true;
+        return Write::gone;
+    sqlite3_stmt *statement = prepared(DeleteSlot, "DELETE FROM Idea WHERE id = ? AND rowid = ?");
+    const Write result = changeOne(statement, idea, 1);
+    if (result == Write::done)
+        emit removed(idea);
+    return result;
 }
 
-bool IdeaStore::toggleStatus(Idea &idea)
+QString IdeaStore::messageFor(Write result)
 {
-    Idea changed = idea;
-    changed.status = Vocabulary::toggledStatus(idea.status);
-    changed.updatedAt = m_clock();
-    if (!update(changed))
-        return false;
-    idea = changed;
-    return true;
+    switch (result) {
+    case Write::done:
+        return {};
+    case Write::gone:
+        return goneMessage();
+    case Write::failed:
+        break;
+    }
+    return writeFailureMessage();
+}
+
+QString IdeaStore::goneMessage()
+{
+    return QStringLiteral("هالفكرة انحذفت من قبل، ما عاد فيه شي نعدله 🤷");
 }
 
 Idea IdeaStore::readRow(sqlite3_stmt *statement)
 {
-    Idea idea;
+    Idea idea{Idea::Stored{}};
     idea.m_recordId = sqlite3_column_int64(statement, 0);
     idea.id = QUuid::fromString(text(statement, 1));
     idea.title = text(statement, 2);
@@ -347,13 +357,14 @@ QList<Idea> IdeaStore::select(const char *sql) const
     return ideas;
 }
 
-std::optional<Idea> IdeaStore::find(qint64 recordId) const
+std::optional<Idea> IdeaStore::find(qint64 recordId, const QUuid &id) const
 {
-    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns + " FROM Idea WHERE rowid = ?";
+    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns + " FROM Idea WHERE rowid = ? AND id = ?";
     sqlite3_stmt *statement = prepared(FindSlot, sql.constData());
     if (!statement)
         return std::nullopt;
     sqlite3_bind_int64(statement, 1, recordId);
+    bindText(statement, 2, id.toString(QUuid::WithoutBraces).toUpper());
     std::optional<Idea> idea;
     if (sqlite3_step(statement) == SQLITE_ROW)
         idea = readRow(statement);
@@ -375,6 +386,13 @@ QList<Idea> IdeaStore::activeIdeas() const
     return select(sql.constData());
 }
 
+QList<Idea> IdeaStore::doneIdeas() const
+{
+    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns
+        + " FROM Idea WHERE status = 'done' ORDER BY createdAt DESC, rowid DESC";
+    return select(sql.constData());
+}
+
 void IdeaStore::setShared(IdeaStore *store)
 {
     sharedStore = store;
@@ -390,26 +408,4 @@ IdeaStore *IdeaStore::create(QQmlEngine *, QJSEngine *)
     Q_ASSERT(sharedStore);
     QJSEngine::setObjectOwnership(sharedStore, QJSEngine::CppOwnership);
     return sharedStore;
-}
-
-QString IdeaStore::addIdea(const QString &title, const QString &body, const QString &category,
-                           bool hasReminder, const QVariant &reminderDate, bool isVoiceNote)
-{
-    std::optional<QDateTime> when;
-    if (reminderDate.isValid() && !reminderDate.isNull())
-        when = reminderDate.toDateTime();
-    Idea idea = Idea::make(title, body, category, hasReminder, when, isVoiceNote, m_clock());
-    return insert(idea) ? idea.idText() : QString();
-}
-
-bool IdeaStore::toggleStatusOf(qint64 recordId)
-{
-    std::optional<Idea> idea = find(recordId);
-    return idea && toggleStatus(*idea);
-}
-
-bool IdeaStore::removeIdea(qint64 recordId)
-{
-    const std::optional<Idea> idea = find(recordId);
-    return idea && remove(*idea);
 }

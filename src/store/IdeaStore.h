@@ -3,13 +3,10 @@
 #include "Idea.h"
 
 #include <QList>
-
-#include <array>
 #include <QObject>
-#include <QVariant>
 #include <QtQml/qqmlregistration.h>
 
-#include <functional>
+#include <array>
 #include <memory>
 
 struct sqlite3;
@@ -26,8 +23,6 @@ class IdeaStore : public QObject
     QML_SINGLETON
 
 public:
-    using Clock = std::function<QDateTime()>;
-
     struct Opening
     {
         std::unique_ptr<IdeaStore> store;
@@ -43,31 +38,31 @@ public:
     ~IdeaStore() override;
 
     QString path() const { return m_path; }
-    void setClock(Clock clock) { m_clock = std::move(clock); }
+
+    // How a write to an existing record went.
+    enum class Write { done, gone, failed };
 
     bool insert(Idea &idea);
-    bool update(const Idea &idea);
-    bool remove(const Idea &idea);
-    // Completes or reopens, stamping `updatedAt`.
-    bool toggleStatus(Idea &idea);
+    // A record is addressed by its row and its id together, so a stale copy of a
+    // deleted idea can never land on a newer one that reuses the row.
+    Write update(const Idea &idea);
+    Write remove(const Idea &idea);
+    // What to tell the user when a write did not happen; "" when it did.
+    static QString messageFor(Write result);
 
-    std::optional<Idea> find(qint64 recordId) const;
+    std::optional<Idea> find(qint64 recordId, const QUuid &id) const;
     // Newest first by `createdAt`.
     QList<Idea> allIdeas() const;
     QList<Idea> activeIdeas() const;
+    QList<Idea> doneIdeas() const;
 
     // The store QML sees: the one the application opened at start-up.
     static void setShared(IdeaStore *store);
     static IdeaStore *shared();
     static IdeaStore *create(QQmlEngine *, QJSEngine *);
 
-    // Returns the new idea's id text, or "" when it could not be saved.
-    Q_INVOKABLE QString addIdea(const QString &title, const QString &body, const QString &category,
-                                bool hasReminder, const QVariant &reminderDate, bool isVoiceNote);
-    Q_INVOKABLE bool toggleStatusOf(qint64 recordId);
-    Q_INVOKABLE bool removeIdea(qint64 recordId);
-
     static QString writeFailureMessage();
+    static QString goneMessage();
 
 signals:
     void inserted(const Idea &idea);
@@ -82,10 +77,10 @@ private:
     QList<Idea> select(const char *sql) const;
     sqlite3_stmt *prepared(int slot, const char *sql) const;
     bool exec(sqlite3_stmt *statement);
+    Write changeOne(sqlite3_stmt *statement, const Idea &idea, int idIndex);
     bool failed();
 
     sqlite3 *m_db = nullptr;
     QString m_path;
-    Clock m_clock;
     mutable std::array<sqlite3_stmt *, 4> m_statements{};
 };

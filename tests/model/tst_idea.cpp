@@ -1,4 +1,4 @@
-#include "AppPalette.h"
+#include "AppClock.h"
 #include "Idea.h"
 #include "Vocabulary.h"
 
@@ -26,10 +26,16 @@ private slots:
         QVERIFY(!idea.id.isNull());
         QVERIFY(!idea.isStored());
 
-        // The schema's own defaults, for a record built field by field.
+        // A record built field by field starts the same way, with its own id and now.
+        const QDateTime before = AppClock::now();
         const Idea blank;
+        const Idea other;
         QCOMPARE(blank.category, "فكرة");
         QCOMPARE(blank.status, "active");
+        QVERIFY(!blank.id.isNull() && blank.id != other.id);
+        QVERIFY(blank.createdAt >= before && blank.createdAt <= AppClock::now());
+        QCOMPARE(blank.updatedAt, blank.createdAt);
+        QVERIFY(!blank.isStored() && !(blank == other));
     }
 
     void idTextIsUpperCaseHyphenatedWithoutBraces()
@@ -105,18 +111,6 @@ private slots:
         QFETCH(QString, status);
         QFETCH(QString, toggled);
         QCOMPARE(Vocabulary::toggledStatus(status), toggled);
-    }
-
-    void paletteIsOpaqueSrgb()
-    {
-        const AppPalette palette;
-        QCOMPARE(palette.blue50().name(), "#f0f4ff");
-        QCOMPARE(palette.blue100().name(), "#dbeafe");
-        QCOMPARE(palette.blue600().name(), "#2563eb");
-        QCOMPARE(palette.blue800().name(), "#1e40af");
-        for (const QColor &color : {palette.blue50(), palette.blue100(), palette.blue600(), palette.blue800()})
-            QCOMPARE(color.alphaF(), 1.0);
-        QCOMPARE(palette.blue600().redF(), 37 / 255.0f);
     }
 };
 

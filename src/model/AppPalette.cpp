@@ -1,0 +1,10 @@
+#include "AppPalette.h"
+
+QColor AppPalette::categoryColor(const QString &category)
+{
+    if (category == QStringLiteral("مهمة"))
+        return QColor::fromRgb(rgbBlue800);
+    if (category == QStringLiteral("ملاحظة"))
+        return QColor::fromRgb(rgbBlue100);
+    return QColor::fromRgb(rgbBlue600);
+}
