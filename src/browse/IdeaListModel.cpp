@@ -17,21 +17,34 @@ bool comesBefore(const Idea &a, const Idea &b)
 
 } // namespace
 
-IdeaListModel::IdeaListModel(QObject *parent) : IdeaListModel(IdeaStore::shared(), parent)
+IdeaListModel::IdeaListModel(QObject *parent) : IdeaListModel(IdeaStore::shared(), Scope::active, parent)
 {
 }
 
-IdeaListModel::IdeaListModel(IdeaStore *store, QObject *parent) : QAbstractListModel(parent), m_store(store)
+IdeaListModel::IdeaListModel(IdeaStore *store, Scope scope, QObject *parent)
+    : QAbstractListModel(parent), m_store(store), m_scope(scope)
 {
-    if (!m_store)
-        return;
-    connect(m_store, &IdeaStore::inserted, this, &IdeaListModel::onInserted);
-    connect(m_store, &IdeaStore::updated, this, &IdeaListModel::onUpdated);
-    connect(m_store, &IdeaStore::removed, this, &IdeaListModel::onRemoved);
     connect(this, &QAbstractItemModel::rowsInserted, this, &IdeaListModel::countChanged);
     connect(this, &QAbstractItemModel::rowsRemoved, this, &IdeaListModel::countChanged);
     connect(this, &QAbstractItemModel::modelReset, this, &IdeaListModel::countChanged);
+    if (!m_store)
+        return;
+    connect(m_store, &IdeaStore::inserted, this, &IdeaListModel::insert);
+    connect(m_store, &IdeaStore::updated, this, &IdeaListModel::onUpdated);
+    connect(m_store, &IdeaStore::removed, this, [this](const Idea &idea) {
+        if (const int row = poolRowOf(idea); row >= 0)
+            removeAt(row);
+    });
     reload();
+}
+
+bool IdeaListModel::passes(const Idea &idea, const QString &filter)
+{
+    if (filter.isEmpty() || filter == Vocabulary::allFilter())
+        return true;
+    if (filter == Vocabulary::reminderFilter())
+        return idea.hasReminder;
+    return idea.category == filter;
 }
 
 void IdeaListModel::setScope(Scope scope)
@@ -43,95 +56,144 @@ void IdeaListModel::setScope(Scope scope)
     emit scopeChanged();
 }
 
-bool IdeaListModel::includes(const Idea &idea) const
+void IdeaListModel::setFilter(const QString &filter)
 {
-    switch (m_scope) {
-    case Scope::all:
-        return true;
-    case Scope::active:
-        return idea.status == Vocabulary::active();
-    case Scope::done:
-        return idea.status == Vocabulary::done();
-    }
-    return false;
+    if (filter == m_filter)
+        return;
+    m_filter = filter;
+    beginResetModel();
+    refilter();
+    endResetModel();
+    emit filterChanged();
+}
+
+bool IdeaListModel::inScope(const Idea &idea) const
+{
+    return idea.status == (m_scope == Scope::active ? Vocabulary::active() : Vocabulary::done());
+}
+
+bool IdeaListModel::filtered() const
+{
+    return !m_filter.isEmpty() && m_filter != Vocabulary::allFilter();
 }
 
 void IdeaListModel::reload()
 {
     beginResetModel();
-    m_ideas.clear();
-    if (m_store) {
-        m_ideas = m_scope == Scope::active ? m_store->activeIdeas() : m_store->allIdeas();
-        if (m_scope == Scope::done)
-            m_ideas.removeIf([this](const Idea &idea) { return !includes(idea); });
-    }
+    m_pool.clear();
+    if (m_store)
+        m_pool = m_scope == Scope::active ? m_store->activeIdeas() : m_store->doneIdeas();
+    refilter();
     endResetModel();
 }
 
-int IdeaListModel::rowFor(const Idea &idea) const
+void IdeaListModel::refilter()
 {
-    return int(std::lower_bound(m_ideas.cbegin(), m_ideas.cend(), idea, comesBefore) - m_ideas.cbegin());
-}
-
-int IdeaListModel::rowOf(qint64 recordId) const
-{
-    const auto found = std::find_if(m_ideas.cbegin(), m_ideas.cend(),
-                                    [recordId](const Idea &idea) { return idea.recordId() == recordId; });
-    return found == m_ideas.cend() ? -1 : int(found - m_ideas.cbegin());
-}
-
-void IdeaListModel::onInserted(const Idea &idea)
-{
-    if (!includes(idea))
+    m_shown.clear();
+    if (!filtered())
         return;
-    const int row = rowFor(idea);
-    beginInsertRows({}, row, row);
-    m_ideas.insert(row, idea);
-    endInsertRows();
+    for (int row = 0; row < m_pool.size(); ++row) {
+        if (passes(m_pool.at(row), m_filter))
+            m_shown.append(row);
+    }
+}
+
+int IdeaListModel::poolRowFor(const Idea &idea) const
+{
+    return int(std::lower_bound(m_pool.cbegin(), m_pool.cend(), idea, comesBefore) - m_pool.cbegin());
+}
+
+int IdeaListModel::poolRowOf(const Idea &idea) const
+{
+    // Creation times never change, so the record is almost always where its copy would go.
+    const int guess = poolRowFor(idea);
+    if (guess < m_pool.size() && m_pool.at(guess).recordId() == idea.recordId())
+        return guess;
+    const auto found = std::find(m_pool.cbegin(), m_pool.cend(), idea);
+    return found == m_pool.cend() ? -1 : int(found - m_pool.cbegin());
+}
+
+int IdeaListModel::viewRowFor(int poolRow) const
+{
+    if (!filtered())
+        return poolRow;
+    return int(std::lower_bound(m_shown.cbegin(), m_shown.cend(), poolRow) - m_shown.cbegin());
+}
+
+const Idea &IdeaListModel::ideaAt(int row) const
+{
+    return m_pool.at(filtered() ? m_shown.at(row) : row);
+}
+
+void IdeaListModel::insert(const Idea &idea)
+{
+    if (!inScope(idea))
+        return;
+    const int poolRow = poolRowFor(idea);
+    const int viewRow = viewRowFor(poolRow);
+    const bool shown = passes(idea, m_filter);
+    if (shown)
+        beginInsertRows({}, viewRow, viewRow);
+    m_pool.insert(poolRow, idea);
+    if (filtered()) {
+        for (int i = viewRow; i < m_shown.size(); ++i)
+            ++m_shown[i];
+        if (shown)
+            m_shown.insert(viewRow, poolRow);
+    }
+    if (shown)
+        endInsertRows();
+}
+
+void IdeaListModel::removeAt(int poolRow)
+{
+    const int viewRow = viewRowFor(poolRow);
+    const bool shown = !filtered() || (viewRow < m_shown.size() && m_shown.at(viewRow) == poolRow);
+    if (shown)
+        beginRemoveRows({}, viewRow, viewRow);
+    m_pool.removeAt(poolRow);
+    if (filtered()) {
+        if (shown)
+            m_shown.removeAt(viewRow);
+        for (int i = viewRow; i < m_shown.size(); ++i)
+            --m_shown[i];
+    }
+    if (shown)
+        endRemoveRows();
 }
 
 void IdeaListModel::onUpdated(const Idea &idea)
 {
-    const int row = rowOf(idea.recordId());
-    if (row < 0) {
-        onInserted(idea);
+    const int poolRow = poolRowOf(idea);
+    if (poolRow < 0) {
+        insert(idea);
         return;
     }
-    if (!includes(idea)) {
-        onRemoved(idea);
+    const Idea &old = m_pool.at(poolRow);
+    if (!inScope(idea) || old.createdAt != idea.createdAt || passes(old, m_filter) != passes(idea, m_filter)) {
+        removeAt(poolRow);
+        insert(idea);
         return;
     }
-    if (m_ideas.at(row).createdAt == idea.createdAt) {
-        m_ideas[row] = idea;
-        emit dataChanged(index(row), index(row));
-        return;
+    m_pool[poolRow] = idea;
+    if (passes(idea, m_filter)) {
+        const QModelIndex changed = index(viewRowFor(poolRow));
+        emit dataChanged(changed, changed);
     }
-    beginRemoveRows({}, row, row);
-    m_ideas.removeAt(row);
-    endRemoveRows();
-    onInserted(idea);
-}
-
-void IdeaListModel::onRemoved(const Idea &idea)
-{
-    const int row = rowOf(idea.recordId());
-    if (row < 0)
-        return;
-    beginRemoveRows({}, row, row);
-    m_ideas.removeAt(row);
-    endRemoveRows();
 }
 
 int IdeaListModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(m_ideas.size());
+    if (parent.isValid())
+        return 0;
+    return int(filtered() ? m_shown.size() : m_pool.size());
 }
 
 QVariant IdeaListModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
-    const Idea &idea = m_ideas.at(index.row());
+    const Idea &idea = ideaAt(index.row());
     switch (role) {
     case RecordIdRole:
         return idea.recordId();

@@ -1,0 +1,86 @@
+#include "IdeaActions.h"
+
+#include "AppClock.h"
+#include "AppEvents.h"
+#include "NotificationCenter.h"
+#include "ReminderNotifications.h"
+#include "Vocabulary.h"
+
+#include <QJSEngine>
+
+IdeaActions::IdeaActions(IdeaStore *store, NotificationCenter *notifications, QObject *parent)
+    : QObject(parent), m_store(store), m_notifications(notifications)
+{
+}
+
+IdeaActions *IdeaActions::create(QQmlEngine *, QJSEngine *)
+{
+    // The engine owns and deletes this one.
+    return new IdeaActions(IdeaStore::shared(), NotificationCenter::shared());
+}
+
+IdeaStore::Write IdeaActions::setStatus(Idea &idea, const QString &status)
+{
+    if (!m_store)
+        return IdeaStore::Write::failed;
+    Idea changed = idea;
+    changed.status = status;
+    changed.updatedAt = AppClock::now();
+    const IdeaStore::Write result = m_store->update(changed);
+    if (result != IdeaStore::Write::done)
+        return result;
+    idea = changed;
+    if (status == Vocabulary::done())
+        AppEvents::instance().postIdeaMarkedDone();
+    return result;
+}
+
+IdeaStore::Write IdeaActions::remove(const Idea &idea)
+{
+    if (!m_store)
+        return IdeaStore::Write::failed;
+    QList<NotificationRequest> cancelled;
+    if (m_notifications) {
+        for (const NotificationRequest &request : m_notifications->pendingRequests()) {
+            if (request.identifier == idea.idText())
+                cancelled << request;
+        }
+        ReminderNotifications::cancelNotification(idea.idText(), *m_notifications);
+    }
+    const IdeaStore::Write result = m_store->remove(idea);
+    if (result == IdeaStore::Write::failed && m_notifications) {
+        for (const NotificationRequest &request : std::as_const(cancelled))
+            m_notifications->add(request);
+    }
+    return result;
+}
+
+QString IdeaActions::setStatusOf(qint64 recordId, const QString &id, const QString &status)
+{
+    if (!m_store)
+        return IdeaStore::writeFailureMessage();
+    std::optional<Idea> idea = m_store->find(recordId, QUuid::fromString(id));
+    if (!idea)
+        return IdeaStore::goneMessage();
+    return IdeaStore::messageFor(setStatus(*idea, status));
+}
+
+QString IdeaActions::markDone(qint64 recordId, const QString &id)
+{
+    return setStatusOf(recordId, id, Vocabulary::done());
+}
+
+QString IdeaActions::returnToActive(qint64 recordId, const QString &id)
+{
+    return setStatusOf(recordId, id, Vocabulary::active());
+}
+
+QString IdeaActions::remove(qint64 recordId, const QString &id)
+{
+    if (!m_store)
+        return IdeaStore::writeFailureMessage();
+    const std::optional<Idea> idea = m_store->find(recordId, QUuid::fromString(id));
+    if (!idea)
+        return IdeaStore::goneMessage();
+    return IdeaStore::messageFor(remove(*idea));
+}

@@ -1,0 +1,32 @@
+import QtQuick
+import QtQuick.Controls
+import Fikranest
+
+// A menu entry with a system symbol before its text; destructive ones are red.
+MenuItem {
+    id: item
+
+    property string symbol
+    property bool destructive: false
+
+    Accessible.name: text
+    Accessible.onPressAction: clicked()
+
+    contentItem: Row {
+        spacing: 8
+        SymbolIcon {
+            anchors.verticalCenter: parent.verticalCenter
+            name: item.symbol
+            size: 18
+            color: label.color
+        }
+        Label {
+            id: label
+
+            anchors.verticalCenter: parent.verticalCenter
+            text: item.text
+            font.pixelSize: 14
+            color: item.destructive ? "#DC2626" : item.palette.windowText
+        }
+    }
+}

@@ -1,0 +1,250 @@
+#include "AppEvents.h"
+#include "FakeNotificationCenter.h"
+#include "IdeaDetailModel.h"
+#include "IdeaFeedModel.h"
+#include "IdeaListModel.h"
+#include "IdeaStore.h"
+#include "IdeasListState.h"
+#include "TestFolders.h"
+#include "Vocabulary.h"
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <map>
+#include <sqlite3.h>
+
+namespace {
+
+QStringList titles(const QAbstractItemModel &model)
+{
+    QStringList result;
+    for (int row = 0; row < model.rowCount(); ++row)
+        result << model.index(row, 0).data(IdeaListModel::TitleRole).toString();
+    return result;
+}
+
+// Timers in simulated time: what is due runs in order as the clock moves on.
+struct SimulatedTime
+{
+    qint64 now = 0;
+    std::multimap<qint64, std::function<void()>> due;
+
+    IdeasListState::Delay delay()
+    {
+        return [this](int ms, std::function<void()> action) { due.emplace(now + ms, std::move(action)); };
+    }
+    void advanceTo(qint64 until)
+    {
+        while (!due.empty() && due.begin()->first <= until) {
+            auto next = due.extract(due.begin());
+            now = next.key();
+            next.mapped()();
+        }
+        now = until;
+    }
+};
+
+} // namespace
+
+class TestBrowse : public QObject
+{
+    Q_OBJECT
+
+    TestFolders folders;
+    std::unique_ptr<IdeaStore> store;
+    FakeNotificationCenter center;
+    int storeNumber = 0;
+
+    Idea add(const QString &title, qint64 createdAt, const QString &category = "فكرة", bool reminder = false)
+    {
+        const auto when = reminder ? std::optional(QDateTime::fromMSecsSinceEpoch(createdAt + 60'000, Qt::UTC))
+                                   : std::nullopt;
+        Idea idea = Idea::make(title, "", category, reminder, when, false,
+                               QDateTime::fromMSecsSinceEpoch(createdAt, Qt::UTC));
+        store->insert(idea);
+        return idea;
+    }
+
+    std::unique_ptr<IdeasListState> listState(IdeasListState::Delay delay = [](int, std::function<void()>) {})
+    {
+        return std::make_unique<IdeasListState>(store.get(), &center, std::move(delay), SecureRandom::systemWord);
+    }
+
+private slots:
+    void init()
+    {
+        store = std::move(IdeaStore::open(folders.path() + QString("/s%1.sqlite").arg(++storeNumber)).store);
+        center.requests.clear();
+    }
+
+    void cleanup() { store.reset(); }
+
+    // Random writes, filter switches and foldings, checked after every step against
+    // a fresh read of the store; a single write never resets a model.
+    void listsFollowTheStoreRowByRow()
+    {
+        const auto state = listState();
+        IdeaListModel *active = state->activeIdeas();
+        IdeaFeedModel *feed = state->rows();
+        QAbstractItemModelTester activeTester(active), doneTester(state->doneIdeas()), feedTester(feed);
+        QSignalSpy resets(feed, &QAbstractItemModel::modelReset);
+        QRandomGenerator random(7);
+        QList<Idea> ideas;
+        const QStringList labels = Vocabulary::filterLabels();
+        for (int step = 0; step < 400; ++step) {
+            const int choice = int(random.bounded(10));
+            const qsizetype resetsBefore = resets.size();
+            if (choice < 3 || ideas.isEmpty()) {
+                // Equal creation times on purpose: the order must still be stable.
+                ideas << add(QString::number(step), random.bounded(40) * 1000,
+                             Vocabulary::categories().at(random.bounded(3)), random.bounded(2));
+            } else if (choice < 6) {
+                Idea &idea = ideas[random.bounded(int(ideas.size()))];
+                idea.status = Vocabulary::toggledStatus(idea.status);
+                idea.hasReminder = random.bounded(2);
+                store->update(idea);
+            } else if (choice < 7) {
+                store->remove(ideas.takeAt(random.bounded(int(ideas.size()))));
+            } else if (choice < 9) {
+                state->setSelectedCategory(labels.at(random.bounded(int(labels.size()))));
+            } else {
+                state->setShowDoneSection(!state->showDoneSection());
+            }
+            if (choice < 7)
+                QCOMPARE(resets.size(), resetsBefore);
+
+            QStringList expectActive, expectDone;
+            for (const Idea &idea : store->activeIdeas()) {
+                if (IdeaListModel::passes(idea, state->selectedCategory()))
+                    expectActive << idea.title;
+            }
+            for (const Idea &idea : store->doneIdeas())
+                expectDone << idea.title;
+            QCOMPARE(titles(*active), expectActive);
+            QCOMPARE(titles(*state->doneIdeas()), expectDone);
+            QStringList expectFeed = expectActive;
+            if (!expectDone.isEmpty())
+                expectFeed << QString() << (state->showDoneSection() ? expectDone : QStringList());
+            QCOMPARE(titles(*feed), expectFeed);
+            if (!expectDone.isEmpty()) {
+                const QModelIndex header = feed->index(int(expectActive.size()));
+                QCOMPARE(header.data(IdeaFeedModel::KindRole).toString(), "doneHeader");
+                QCOMPARE(header.data(IdeaFeedModel::DoneCountRole).toInt(), expectDone.size());
+            }
+        }
+    }
+
+    // Completing writes status and time before it announces; deleting takes the
+    // reminder along, and puts it back when the record could not be deleted.
+    void actionsKeepTheirOrderAndLoseNothing()
+    {
+        const auto state = listState();
+        const Idea idea = add("موعد", 1000, "مهمة", true);
+        center.add({idea.idText(), "t", "b", "default", {}});
+        const QDateTime before = AppClock::now();
+        std::optional<Idea> seen;
+        const auto connection = connect(&AppEvents::instance(), &AppEvents::ideaMarkedDone, this,
+                                        [&] { seen = store->find(idea.recordId(), idea.id); });
+
+        state->markDone(idea.recordId(), idea.idText());
+        QVERIFY(seen && seen->status == "done" && seen->updatedAt >= before);
+        QCOMPARE(center.requests.size(), 1);
+        seen.reset();
+        state->returnToActive(idea.recordId(), idea.idText());
+        QVERIFY(!seen);
+        QCOMPARE(store->find(idea.recordId(), idea.id)->status, "active");
+        disconnect(connection);
+
+        sqlite3 *raw = nullptr;
+        sqlite3_open(qPrintable(store->path()), &raw);
+        sqlite3_exec(raw, "CREATE TRIGGER refuse BEFORE DELETE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END",
+                     nullptr, nullptr, nullptr);
+        state->remove(idea.recordId(), idea.idText());
+        QCOMPARE(state->errorMessage(), IdeaStore::writeFailureMessage());
+        QCOMPARE(center.requests.size(), 1);
+        sqlite3_exec(raw, "DROP TRIGGER refuse", nullptr, nullptr, nullptr);
+        sqlite3_close(raw);
+
+        state->remove(idea.recordId(), idea.idText());
+        QVERIFY(center.requests.isEmpty());
+        QVERIFY(store->allIdeas().isEmpty());
+        state->markDone(idea.recordId(), idea.idText());
+        QCOMPARE(state->errorMessage(), IdeaStore::goneMessage());
+    }
+
+    void greetingFollowsTheHour()
+    {
+        const QList<std::pair<int, QString>> cases = {
+            {4, "يا هلا بالسهران"}, {5, "صباح الخير"}, {11, "صباح الخير"}, {12, "مساء النور"},
+            {16, "مساء النور"}, {17, "مساء الخير"}, {20, "مساء الخير"}, {21, "يا هلا بالسهران"}};
+        for (const auto &[hour, greeting] : cases)
+            QCOMPARE(IdeasListState::greeting(hour), greeting);
+    }
+
+    // Each caption once a pass, a fresh order every pass, each appearance a chain of
+    // its own; a toast's hide is never cancelled, not even by a newer toast.
+    void captionsAndToastRunOnTheirTimers()
+    {
+        SimulatedTime time;
+        const auto state = listState(time.delay());
+        QStringList shown;
+        connect(state.get(), &IdeasListState::fabTextChanged, this, [&] { shown << state->fabText(); });
+        const QStringList &all = IdeasListState::funnyTexts();
+        state->appear();
+        time.advanceTo(199'999);
+        QCOMPARE(shown.size(), 20);
+        QCOMPARE(QSet<QString>(shown.begin(), shown.end()), QSet<QString>(all.begin(), all.end()));
+        time.advanceTo(399'999);
+        QCOMPARE(QSet<QString>(shown.begin() + 20, shown.end()).size(), 20);
+        state->appear();
+        time.advanceTo(409'999);
+        QCOMPARE(shown.size(), 43);
+
+        emit AppEvents::instance().ideaMarkedDone();
+        QVERIFY(state->showDoneToast());
+        QVERIFY(IdeasListState::congratulations().contains(state->doneToastMessage()));
+        time.advanceTo(time.now + 1000);
+        emit AppEvents::instance().ideaMarkedDone();
+        time.advanceTo(time.now + 1600);
+        QVERIFY(!state->showDoneToast());
+    }
+
+    // Typing lands after a pause and survives the view going away; only ending the
+    // edit moves `updatedAt`. A record deleted meanwhile is never written back.
+    void detailEditsWithoutASaveButton()
+    {
+        const Idea idea = add("قبل", 1000);
+        auto detail = std::make_unique<IdeaDetailModel>(store.get(), &center);
+        detail->load(idea.recordId(), idea.idText());
+        QVERIFY(detail->found());
+        detail->beginEditing();
+        detail->setTitle("بعد");
+        QTRY_COMPARE(store->find(idea.recordId(), idea.id)->title, "بعد");
+        QCOMPARE(store->find(idea.recordId(), idea.id)->updatedAt, idea.updatedAt);
+        detail->setBody("تفاصيل");
+        detail.reset();
+        QCOMPARE(store->find(idea.recordId(), idea.id)->body, "تفاصيل");
+
+        detail = std::make_unique<IdeaDetailModel>(store.get(), &center);
+        detail->load(idea.recordId(), idea.idText());
+        detail->beginEditing();
+        detail->toggleEditing();
+        QVERIFY(store->find(idea.recordId(), idea.id)->updatedAt > idea.updatedAt);
+        QVERIFY(detail->toggleStatus());
+        QVERIFY(detail->isDone());
+
+        store->remove(*store->find(idea.recordId(), idea.id));
+        const Idea other = add("غيرها", 2000);
+        QCOMPARE(other.recordId(), idea.recordId());
+        QVERIFY(!detail->found());
+        detail->setTitle("قديمة");
+        QVERIFY(detail->flush());
+        QCOMPARE(store->find(other.recordId(), other.id)->title, "غيرها");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestBrowse)
+#include "tst_browse.moc"
