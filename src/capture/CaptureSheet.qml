@@ -248,7 +248,8 @@ Rectangle {
                         required property int index
                         text: modelData
                         radius: 10
-                        padding: 10
+                        horizontalPadding: 10
+                        verticalPadding: 10
                         selectionAnimationMs: 200
                         selected: sheetModel.selectedReminder === index
                         onClicked: sheetModel.tapReminder(index)

@@ -28,6 +28,10 @@ AppButton {
             text: chip.text
             font: chip.font
             color: chip.selected ? "white" : chip.palette.windowText
+            Behavior on color {
+                enabled: chip.selectionAnimationMs > 0
+                ColorAnimation { duration: chip.selectionAnimationMs; easing.type: Easing.InOutQuad }
+            }
         }
     }
     background: Rectangle {
