@@ -1,0 +1,200 @@
+#!/usr/bin/python3
+"""Browsing the ideas: the list, a card's menu, the detail view and the settings sheet."""
+
+import contextlib
+import json
+import os
+import signal
+import sqlite3
+import time
+import unittest
+import uuid
+
+from harness import Desktop, normalize, wait_until
+
+MAIN = "الفكرون"
+SETTLED = "[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\nuserName=سارة\n"
+CONGRATULATIONS = [
+    "يا بطل! خلصت فكرة 🎉", "ماشاء الله عليك! فخورين فيك 💪", "واحدة راحت.. يلا الباقي! 🚀",
+    "كذا نبيك! منجز ما يوقفه شي 🔥", "تمام التمام! وش بعد؟ 😎", "الله الله! كملت وحدة 👏",
+    "أنت وحش إنجاز! 🏆", "شطارة! الحين ارتاح شوي ☕", "خلصتها؟ يستاهل تصفيق 👏👏",
+    "إنجاز جديد! كمّل على هالمستوى 📈",
+]
+SCHEMA = """CREATE TABLE Idea (id TEXT NOT NULL, title TEXT NOT NULL DEFAULT '',
+    body TEXT NOT NULL DEFAULT '', category TEXT NOT NULL DEFAULT 'فكرة',
+    status TEXT NOT NULL DEFAULT 'active', hasReminder INTEGER NOT NULL DEFAULT 0,
+    reminderDate INTEGER, isVoiceNote INTEGER NOT NULL DEFAULT 0,
+    createdAt INTEGER NOT NULL, updatedAt INTEGER NOT NULL);
+PRAGMA application_id = 1181446766; PRAGMA user_version = 10000;"""
+
+
+class BrowseTest(unittest.TestCase):
+    def setUp(self):
+        self.desktop = self.enterContext(Desktop(self.id().split(".", 1)[1]))
+        self.app = self.desktop.app()
+        self.app.write_settings(SETTLED)
+
+    def seed(self, *ideas):
+        """(title, category, status, minutes ago, reminder in days or None) rows, and their reminders."""
+        os.makedirs(os.path.dirname(self.app.database_path), exist_ok=True)
+        now = int(time.time() * 1000)
+        requests = []
+        self.titles = {idea[0] for idea in ideas}
+        with contextlib.closing(sqlite3.connect(self.app.database_path)) as db:
+            db.executescript(SCHEMA)
+            for title, category, status, minutes, days in ideas:
+                ident = str(uuid.uuid4()).upper()
+                created = now - minutes * 60_000
+                when = None if days is None else now + days * 86_400_000
+                db.execute("INSERT INTO Idea VALUES (?, ?, '', ?, ?, ?, ?, 0, ?, ?)",
+                           (ident, title, category, status, int(when is not None), when, created, created))
+                if when is not None:
+                    t = time.localtime(when / 1000)
+                    requests.append({"identifier": ident, "title": "الفكرون 🗑️", "body": "x", "sound": "default",
+                                     "trigger": {"year": t.tm_year, "month": t.tm_mon, "day": t.tm_mday,
+                                                 "hour": t.tm_hour, "minute": t.tm_min}})
+            db.commit()
+        with open(self.app.reminders_path, "w", encoding="utf-8") as f:
+            json.dump(requests, f, ensure_ascii=False)
+
+    def ideas(self):
+        uri = "file:" + self.app.database_path + "?mode=ro"
+        with contextlib.closing(sqlite3.connect(uri, uri=True, timeout=10)) as db:
+            db.row_factory = sqlite3.Row
+            return {row["title"]: dict(row) for row in db.execute("SELECT * FROM Idea")}
+
+    def cards(self):
+        """Titles of the cards on screen, top to bottom."""
+        found = []
+
+        def walk(node):
+            name = normalize(node["name"])
+            if node["role"] == "push button" and name in self.titles and "showing" in node["states"]:
+                found.append((node["extents"][1], name))
+            for child in node.get("children", []):
+                walk(child)
+        walk(json.loads(self.app.tree()))
+        return [name for _, name in sorted(found)]
+
+    def card_menu(self, title, keys="shift+F10"):
+        """Opens a card's menu from the keyboard, as someone without a mouse would."""
+        window = self.app.windows(MAIN, mapped_only=True)[0]
+        self.desktop.xdotool("windowfocus", "--sync", window)
+        self.app.wait_find(title, role="push button")
+        self.assertTrue(self.app._query("focus", name=title, role="push button"))
+        self.desktop.xdotool("key", keys)
+        self.app.wait_find("حذف", role="menu item")
+
+    def toast(self):
+        return [m for m in CONGRATULATIONS if self.app.find(m)]
+
+    def start(self):
+        self.app.start()
+        self.app.wait_frame(MAIN)
+
+    def test_the_list_filters_completes_and_deletes_from_card_menus(self):
+        self.seed(("اشتري خبز", "فكرة", "active", 180, None),
+                  ("موعد الأسنان", "مهمة", "active", 120, 2),
+                  ("ملاحظة قديمة", "ملاحظة", "active", 60, None),
+                  ("خلصتها من زمان", "فكرة", "done", 240, None))
+        self.start()
+        self.app.wait_find("يا سارة 👋")
+        wait_until(lambda: self.cards() == ["ملاحظة قديمة", "موعد الأسنان", "اشتري خبز"], 20, "the cards")
+        self.app.wait_find("✅ المنجز (1)", role="push button")
+        self.desktop.screenshot("list-full")
+
+        self.app.press("لها موعد")
+        wait_until(lambda: self.cards() == ["موعد الأسنان"], 10, "only the idea with a reminder")
+        self.desktop.screenshot("filter-has-reminder")
+        self.app.press("الكل")
+
+        self.card_menu("موعد الأسنان")
+        self.desktop.screenshot("active-card-menu")
+        self.app.press("تم الإنجاز", role="menu item")
+        self.app.wait_find("✅ المنجز (2)", role="push button")
+        shown = wait_until(self.toast, 10, "a congratulation")
+        self.desktop.screenshot("marked-done-toast")
+        self.assertEqual(len(shown), 1)
+        self.assertEqual(self.cards(), ["ملاحظة قديمة", "اشتري خبز"])
+        self.assertEqual(self.ideas()["موعد الأسنان"]["status"], "done")
+        self.assertEqual(len(self.app.pending_reminders()), 1, "completing must keep the reminder")
+        wait_until(lambda: not self.toast(), 10, "the toast to go")
+
+        self.app.press("✅ المنجز (2)")
+        wait_until(lambda: self.cards() == ["ملاحظة قديمة", "اشتري خبز", "موعد الأسنان", "خلصتها من زمان"],
+                   10, "the done section")
+        self.desktop.screenshot("done-section-open")
+
+        self.card_menu("موعد الأسنان", keys="Menu")
+        self.assertTrue(self.app.find("إرجاع للنشطة", role="menu item"))
+        self.desktop.screenshot("done-card-menu")
+        self.app.press("حذف", role="menu item")
+        wait_until(lambda: "موعد الأسنان" not in self.ideas(), 10, "the record to go")
+        self.assertEqual(self.app.pending_reminders(), [])
+        self.card_menu("اشتري خبز")
+        self.app.press("حذف", role="menu item")
+        wait_until(lambda: self.cards() == ["ملاحظة قديمة", "خلصتها من زمان"], 10, "both deletions")
+        self.assertEqual(set(self.ideas()), {"ملاحظة قديمة", "خلصتها من زمان"})
+        self.assertEqual(self.toast(), [], "deleting is not congratulated")
+
+        self.app.press("الإعدادات")
+        self.app.wait_find("التخزين محلي فقط على هذا الجهاز")
+        self.assertTrue(self.app.find("CloudKit entitlement not present in this build"))
+        self.assertTrue(self.app.find("أهلاً سارة"))
+        self.desktop.screenshot("settings")
+        self.desktop.xdotool("key", "Escape")
+        wait_until(lambda: not self.app.find("التخزين محلي فقط على هذا الجهاز"), 10, "the settings to close")
+
+    def test_the_detail_view_edits_completes_reopens_and_deletes(self):
+        self.seed(("فكرة المشروع", "فكرة", "active", 30, 1))
+        before = self.ideas()["فكرة المشروع"]
+        self.start()
+        self.app.press("فكرة المشروع")
+        self.app.wait_find("عنوان الفكرة", role="text")
+        self.desktop.screenshot("detail-active")
+
+        # Typed, then the power goes a second later: the text is already in the store.
+        self.app.type_text("مشروع التطبيق", name="عنوان الفكرة")
+        time.sleep(1)
+        os.kill(self.app.pid, signal.SIGKILL)
+        self.app.proc.wait()
+        after = self.ideas()["مشروع التطبيق"]
+        self.assertEqual(after["updatedAt"], before["updatedAt"], "typing alone moved updatedAt")
+
+        self.start()
+        self.app.press("مشروع التطبيق")
+        self.app.press("تم الإنجاز")
+        shown = wait_until(self.toast, 10, "a congratulation back on the list")
+        self.assertEqual(len(shown), 1)
+        self.assertEqual(self.ideas()["مشروع التطبيق"]["status"], "done")
+        self.assertEqual(len(self.app.pending_reminders()), 1)
+        wait_until(lambda: not self.toast(), 10, "the toast to go")
+
+        self.app.press("✅ المنجز (1)")
+        self.app.press("مشروع التطبيق")
+        self.app.wait_find("تم الإنجاز! 🎉")
+        self.desktop.screenshot("detail-done")
+        self.app.press("إرجاع للنشطة")
+        self.app.wait_find("مشروع التطبيق", role="push button")
+        time.sleep(1)
+        self.assertEqual(self.toast(), [], "reopening is not congratulated")
+        self.assertEqual(self.ideas()["مشروع التطبيق"]["status"], "active")
+
+        self.app.press("مشروع التطبيق")
+        self.app.press("حذف الفكرة")
+        self.app.wait_find("بتروح ولن ترجع.. متأكد؟")
+        self.desktop.screenshot("delete-alert")
+        self.app.press("إلغاء")
+        wait_until(lambda: not self.app.find("بتروح ولن ترجع.. متأكد؟"), 10, "the alert to close")
+        self.assertIn("مشروع التطبيق", self.ideas())
+        self.app.press("حذف الفكرة")
+        self.app.press("احذف")
+        self.app.wait_find("الفكرون فاضية!")
+        self.assertEqual(self.ideas(), {})
+        self.assertEqual(self.app.pending_reminders(), [])
+        self.assertTrue(self.app.find("اضغط + عشان تكب أول فكرة"))
+        self.desktop.screenshot("list-empty")
+
+
+if __name__ == "__main__":
+    unittest.main()
