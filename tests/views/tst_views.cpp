@@ -1,3 +1,4 @@
+#include "AppLinks.h"
 #include "AppSettings.h"
 #include "FikranestApp.h"
 #include "IdeaStore.h"
@@ -6,11 +7,41 @@
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QJSEngine>
 #include <QQmlEngine>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest>
 
 Q_IMPORT_QML_PLUGIN(FikranestPlugin)
+
+// What the views cannot change themselves: the sync state, and the links they would
+// have opened.
+class ViewTestHooks : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QList<QUrl> openedLinks MEMBER m_openedLinks NOTIFY openedLinksChanged)
+
+public:
+    explicit ViewTestHooks(SyncStatus &status) : m_status(status)
+    {
+        AppLinks::setOpener([this](const QUrl &url) {
+            m_openedLinks.append(url);
+            emit openedLinksChanged();
+            return true;
+        });
+    }
+    ~ViewTestHooks() override { AppLinks::setOpener({}); }
+
+    Q_INVOKABLE void setCloudKit() { m_status.setCloudKit(); }
+    Q_INVOKABLE void setLocalOnly(const QString &reason) { m_status.setLocalOnly(reason); }
+
+signals:
+    void openedLinksChanged();
+
+private:
+    SyncStatus &m_status;
+    QList<QUrl> m_openedLinks;
+};
 
 // Gives the views what the running program gives them: a store of their own, the
 // sync state and the settings, all in temporary folders.
@@ -30,12 +61,19 @@ public slots:
         IdeaStore::setShared(m_store.get());
         m_syncStatus = std::make_unique<SyncStatus>(SyncStatus::Mode::localOnly(SyncStatus::entitlementMissing()));
         SyncStatus::setShared(m_syncStatus.get());
+        m_hooks = std::make_unique<ViewTestHooks>(*m_syncStatus);
+        // Each test file has an engine of its own; all of them share these hooks.
+        qmlRegisterSingletonType<ViewTestHooks>("ViewTests", 1, 0, "ViewTests", [this](QQmlEngine *, QJSEngine *) {
+            QJSEngine::setObjectOwnership(m_hooks.get(), QJSEngine::CppOwnership);
+            return m_hooks.get();
+        });
     }
 
 private:
     TestFolders m_folders;
     std::unique_ptr<IdeaStore> m_store;
     std::unique_ptr<SyncStatus> m_syncStatus;
+    std::unique_ptr<ViewTestHooks> m_hooks;
 };
 
 QUICK_TEST_MAIN_WITH_SETUP(views, ViewTestSetup)

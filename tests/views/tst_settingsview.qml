@@ -1,0 +1,55 @@
+import QtQuick
+import QtTest
+import Fikranest
+import ViewTests
+
+Item {
+    id: root
+    width: 440; height: 720
+
+    Component { id: viewComponent; SettingsView { anchors.fill: parent } }
+    SignalSpy { id: dismissed; signalName: "dismissRequested" }
+
+    TestCase {
+        name: "SettingsView"
+        when: windowShown
+
+        function named(item, name) {
+            const kids = Array.from(item.data || []).concat(item.contentItem || [])
+            return item.objectName === name ? item : kids.reduce((hit, kid) => hit || (kid !== item && named(kid, name)), null)
+        }
+
+        function cleanup() { ViewTests.setLocalOnly("CloudKit entitlement not present in this build") }
+
+        function test_syncRowFollowsTheStateBothWays() {
+            const view = createTemporaryObject(viewComponent, root)
+            const [symbol, text, reason] = ["syncSymbol", "syncText", "syncReason"].map(n => named(view, n))
+            const shown = () => [symbol.name, text.text, reason.visible, reason.text]
+            const local = ["icloud.slash", "التخزين محلي فقط على هذا الجهاز", true]
+            compare(shown(), [...local, "CloudKit entitlement not present in this build"])
+            ViewTests.setCloudKit()
+            compare(shown().slice(0, 3), ["icloud.fill", "المزامنة عبر iCloud مفعّلة", false])
+            ViewTests.setLocalOnly("")
+            compare(shown(), [...local, ""])
+        }
+
+        function test_greetingFollowsTheName() {
+            AppSettings.userName = ""
+            const greeting = named(createTemporaryObject(viewComponent, root), "greeting")
+            compare(greeting.text, "أهلاً ")
+            AppSettings.userName = "سارة"
+            compare(greeting.text, "أهلاً سارة")
+        }
+
+        function test_theWholeSupportRowOpensTheSupportLinkAndEscapeCloses() {
+            dismissed.target = createTemporaryObject(viewComponent, root)
+            waitForRendering(dismissed.target)
+            const row = named(dismissed.target, "supportLink"), before = ViewTests.openedLinks.length
+            mouseClick(row, 4, row.height / 2)
+            compare(ViewTests.openedLinks.slice(before).map(String), [AppLinks.supportUrl.toString()])
+            compare(dismissed.count, 0)
+            keyClick(Qt.Key_Escape)
+            compare(dismissed.count, 1)
+        }
+    }
+}
