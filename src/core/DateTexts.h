@@ -1,0 +1,52 @@
+#pragma once
+
+#include "AppClock.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QObject>
+#include <QTimer>
+#include <QtQml/qqmlregistration.h>
+
+// Every date the program shows, worded by ICU in the user's locale and the given zone.
+// A failing ICU falls back to Qt's short date, never to an empty text.
+class DateTexts : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    // Moves on every minute boundary, so bindings that pass it along refresh themselves.
+    Q_PROPERTY(QDateTime now READ now NOTIFY nowChanged)
+
+public:
+    explicit DateTexts(QObject *parent = nullptr);
+
+    // "now", "5 minutes ago", "yesterday", "last week", "in 2 days".
+    static QString relative(const QDateTime &date, const QDateTime &now,
+                            const QLocale &locale = QLocale::system(),
+                            const QTimeZone &zone = AppClock::timeZone());
+    // Day, month name, hour with its AM/PM marker, minute.
+    static QString reminder(const QDateTime &date, const QLocale &locale = QLocale::system(),
+                            const QTimeZone &zone = AppClock::timeZone());
+    // Day, month name, year, hour, minute.
+    static QString creation(const QDateTime &date, const QLocale &locale = QLocale::system(),
+                            const QTimeZone &zone = AppClock::timeZone());
+
+    Q_INVOKABLE QString relativeText(const QDateTime &date, const QDateTime &now) const
+    {
+        return relative(date, now);
+    }
+    Q_INVOKABLE QString reminderText(const QDateTime &date) const { return reminder(date); }
+    Q_INVOKABLE QString creationText(const QDateTime &date) const { return creation(date); }
+
+    QDateTime now() const { return m_now; }
+
+signals:
+    void nowChanged();
+
+private:
+    void tick();
+
+    QDateTime m_now;
+    QTimer m_minute;
+};
