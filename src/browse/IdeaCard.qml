@@ -19,8 +19,9 @@ FocusScope {
     signal returnRequested()
     signal deleteRequested()
 
+    // Right to left, the menu opens towards the left of where it was asked for.
     function openMenu(x, y) {
-        menu.popup(card, x, y)
+        menu.popup(card, Math.max(0, x - menu.width), y)
     }
 
     implicitHeight: box.implicitHeight
@@ -119,6 +120,12 @@ FocusScope {
         id: menu
 
         objectName: "cardMenu"
+        width: 200
+        background: Rectangle {
+            radius: 10
+            color: "white"
+            border.color: "#E5E7EB"
+        }
 
         SymbolMenuItem {
             text: card.isDone ? "إرجاع للنشطة" : "تم الإنجاز"

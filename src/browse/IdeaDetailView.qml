@@ -132,30 +132,37 @@ Rectangle {
             }
 
             Item {
+                objectName: "doneBanner"
                 visible: detail.isDone
                 Layout.fillWidth: true
-                implicitHeight: banner.implicitHeight + 16
+                implicitHeight: banner.height + 16
 
-                Label {
+                Rectangle {
                     id: banner
 
+                    anchors.left: parent.left
                     y: 8
-                    text: "تم الإنجاز! 🎉"
-                    font.pixelSize: 13
-                    color: "#16A34A"
-                    leftPadding: 10 + bannerIcon.width + 6
-                    rightPadding: 10
-                    topPadding: 4
-                    bottomPadding: 4
-                    background: Rectangle { radius: 8; color: Qt.rgba(0.09, 0.64, 0.29, 0.1) }
-                    SymbolIcon {
-                        id: bannerIcon
+                    width: bannerRow.implicitWidth + 20
+                    height: bannerRow.implicitHeight + 8
+                    radius: 8
+                    color: Qt.rgba(0.09, 0.64, 0.29, 0.1)
 
-                        x: 10
-                        anchors.verticalCenter: parent.verticalCenter
-                        name: "checkmark.circle.fill"
-                        size: 14
-                        color: "#16A34A"
+                    Row {
+                        id: bannerRow
+
+                        anchors.centerIn: parent
+                        spacing: 6
+                        SymbolIcon {
+                            anchors.verticalCenter: parent.verticalCenter
+                            name: "checkmark.circle.fill"
+                            size: 14
+                            color: "#16A34A"
+                        }
+                        Label {
+                            text: "تم الإنجاز! 🎉"
+                            font.pixelSize: 13
+                            color: "#16A34A"
+                        }
                     }
                 }
             }
@@ -289,39 +296,59 @@ Rectangle {
         objectName: "deleteAlert"
         parent: Overlay.overlay
         anchors.centerIn: parent
+        width: Math.min(300, view.width - 40)
         modal: true
-        title: "حذف الفكرة؟"
+        padding: 20
+        topPadding: 8
 
         enter: Transition {
             NumberAnimation { property: "opacity"; from: 0; to: 1; duration: 300; easing.type: Easing.InOutQuad }
         }
-        contentItem.LayoutMirroring.enabled: true
-        contentItem.LayoutMirroring.childrenInherit: true
-        header.LayoutMirroring.enabled: true
-        header.LayoutMirroring.childrenInherit: true
-
-        Label {
-            text: "بتروح ولن ترجع.. متأكد؟"
-            wrapMode: Text.WordWrap
+        background: Rectangle {
+            radius: 14
+            color: "white"
         }
-        footer: DialogButtonBox {
+        header: Label {
+            topPadding: 20
+            text: "حذف الفكرة؟"
+            horizontalAlignment: Text.AlignHCenter
+            font.pixelSize: 17
+            font.bold: true
+        }
+        contentItem: Label {
+            text: "بتروح ولن ترجع.. متأكد؟"
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WordWrap
+            font.pixelSize: 14
+        }
+        footer: RowLayout {
             LayoutMirroring.enabled: true
             LayoutMirroring.childrenInherit: true
+            spacing: 10
+
             AppButton {
+                Layout.fillWidth: true
+                Layout.leftMargin: 20
+                Layout.bottomMargin: 20
                 text: "إلغاء"
+                font.pixelSize: 15
                 Accessible.name: text
-                DialogButtonBox.buttonRole: DialogButtonBox.RejectRole
+                onClicked: deleteAlert.close()
             }
             AppButton {
                 id: confirmDelete
 
+                Layout.fillWidth: true
+                Layout.rightMargin: 20
+                Layout.bottomMargin: 20
                 text: "احذف"
+                font.pixelSize: 15
+                font.bold: true
                 Accessible.name: text
-                DialogButtonBox.buttonRole: DialogButtonBox.DestructiveRole
                 contentItem: Label {
                     text: confirmDelete.text
+                    font: confirmDelete.font
                     color: "#DC2626"
-                    font.bold: true
                     horizontalAlignment: Text.AlignHCenter
                 }
                 onClicked: {

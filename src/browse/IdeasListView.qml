@@ -15,7 +15,9 @@ StackView {
     readonly property color tertiaryText: "#9CA3AF"
 
     function openDetail(recordId, ideaId) {
-        stack.push(detailView, {recordId: recordId, ideaId: ideaId})
+        // A card still sliding out has no record behind it any more.
+        if (ideaId !== undefined && stack.depth === 1)
+            stack.push(detailView, {recordId: recordId, ideaId: ideaId})
     }
 
     IdeasListState {
@@ -76,7 +78,6 @@ StackView {
             anchors.bottom: parent.bottom
             clip: true
             model: listState.rows
-            reuseItems: true
             spacing: 10
             bottomMargin: 96
             ScrollBar.vertical: ScrollBar {}
@@ -131,7 +132,7 @@ StackView {
                 ColumnLayout {
                     objectName: "emptyState"
                     visible: listState.activeIdeas.count === 0
-                    Layout.fillWidth: true
+                    Layout.alignment: Qt.AlignHCenter
                     Layout.topMargin: 60
                     Layout.bottomMargin: 60
                     spacing: 12

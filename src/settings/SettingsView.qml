@@ -268,8 +268,6 @@ Rectangle {
                             name: "arrow.up.forward"
                             size: 12
                             color: view.tertiaryColor
-                            // Forward points left in a mirrored row; the font only draws it to the right.
-                            rotation: supportLink.LayoutMirroring.enabled ? -90 : 0
                         }
                     }
                 }

@@ -9,6 +9,9 @@ MenuItem {
     property string symbol
     property bool destructive: false
 
+    // Menus open in the overlay, outside the window's mirrored content.
+    LayoutMirroring.enabled: true
+    LayoutMirroring.childrenInherit: true
     Accessible.name: text
     Accessible.onPressAction: clicked()
 

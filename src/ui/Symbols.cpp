@@ -61,6 +61,11 @@ QString Symbols::glyph(const QString &name)
     return found == glyphs().constEnd() ? QString() : QString(QChar(found->codepoint));
 }
 
+bool Symbols::followsReading(const QString &name)
+{
+    return name.endsWith(QStringLiteral(".forward")) || name.endsWith(QStringLiteral(".backward"));
+}
+
 QString Symbols::materialName(const QString &name)
 {
     return glyphs().value(name).material;

@@ -22,6 +22,9 @@ public:
     static QStringList names();
     // The glyph for a symbol name; "" for a name we do not know.
     Q_INVOKABLE static QString glyph(const QString &name);
+    // "forward" and "backward" symbols point along the reading direction, so they
+    // are drawn mirrored in a right-to-left layout.
+    Q_INVOKABLE static bool followsReading(const QString &name);
     // The name of the icon in the font, e.g. "add_comment".
     static QString materialName(const QString &name);
     // The symbol as a window or tray icon.

@@ -669,7 +669,13 @@ def _node(acc, with_children=False, depth=0):
         actions = [action.getName(i) for i in range(action.nActions)]
     except NotImplementedError:
         actions = []
+    try:
+        box = acc.queryComponent().getExtents(0)
+        extents = [box.x, box.y, box.width, box.height]
+    except NotImplementedError:
+        extents = None
     node = {"name": acc.name, "role": acc.getRoleName(), "text": text, "path": acc.path,
+            "extents": extents,
             "states": sorted(s.value_nick for s in acc.getState().getStates()),
             "actions": actions}
     if with_children and depth < 40:

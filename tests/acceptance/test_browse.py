@@ -86,7 +86,11 @@ class BrowseTest(unittest.TestCase):
         self.app.wait_find("حذف", role="menu item")
 
     def toast(self):
-        return [m for m in CONGRATULATIONS if self.app.find(m)]
+        return [m for m in CONGRATULATIONS if "showing" in (self.app.find(m) or {"states": []})["states"]]
+
+    def shot(self, step):
+        time.sleep(0.6)  # past the page's slide
+        self.desktop.screenshot(step)
 
     def start(self):
         self.app.start()
@@ -101,7 +105,7 @@ class BrowseTest(unittest.TestCase):
         self.app.wait_find("يا سارة 👋")
         wait_until(lambda: self.cards() == ["ملاحظة قديمة", "موعد الأسنان", "اشتري خبز"], 20, "the cards")
         self.app.wait_find("✅ المنجز (1)", role="push button")
-        self.desktop.screenshot("list-full")
+        self.shot("list-full")
 
         self.app.press("لها موعد")
         wait_until(lambda: self.cards() == ["موعد الأسنان"], 10, "only the idea with a reminder")
@@ -115,7 +119,7 @@ class BrowseTest(unittest.TestCase):
         shown = wait_until(self.toast, 10, "a congratulation")
         self.desktop.screenshot("marked-done-toast")
         self.assertEqual(len(shown), 1)
-        self.assertEqual(self.cards(), ["ملاحظة قديمة", "اشتري خبز"])
+        wait_until(lambda: self.cards() == ["ملاحظة قديمة", "اشتري خبز"], 10, "the card to leave")
         self.assertEqual(self.ideas()["موعد الأسنان"]["status"], "done")
         self.assertEqual(len(self.app.pending_reminders()), 1, "completing must keep the reminder")
         wait_until(lambda: not self.toast(), 10, "the toast to go")
@@ -123,7 +127,7 @@ class BrowseTest(unittest.TestCase):
         self.app.press("✅ المنجز (2)")
         wait_until(lambda: self.cards() == ["ملاحظة قديمة", "اشتري خبز", "موعد الأسنان", "خلصتها من زمان"],
                    10, "the done section")
-        self.desktop.screenshot("done-section-open")
+        self.shot("done-section-open")
 
         self.card_menu("موعد الأسنان", keys="Menu")
         self.assertTrue(self.app.find("إرجاع للنشطة", role="menu item"))
@@ -141,7 +145,7 @@ class BrowseTest(unittest.TestCase):
         self.app.wait_find("التخزين محلي فقط على هذا الجهاز")
         self.assertTrue(self.app.find("CloudKit entitlement not present in this build"))
         self.assertTrue(self.app.find("أهلاً سارة"))
-        self.desktop.screenshot("settings")
+        self.shot("settings")
         self.desktop.xdotool("key", "Escape")
         wait_until(lambda: not self.app.find("التخزين محلي فقط على هذا الجهاز"), 10, "the settings to close")
 
@@ -151,7 +155,7 @@ class BrowseTest(unittest.TestCase):
         self.start()
         self.app.press("فكرة المشروع")
         self.app.wait_find("عنوان الفكرة", role="text")
-        self.desktop.screenshot("detail-active")
+        self.shot("detail-active")
 
         # Typed, then the power goes a second later: the text is already in the store.
         self.app.type_text("مشروع التطبيق", name="عنوان الفكرة")
@@ -173,9 +177,9 @@ class BrowseTest(unittest.TestCase):
         self.app.press("✅ المنجز (1)")
         self.app.press("مشروع التطبيق")
         self.app.wait_find("تم الإنجاز! 🎉")
-        self.desktop.screenshot("detail-done")
+        self.shot("detail-done")
         self.app.press("إرجاع للنشطة")
-        self.app.wait_find("مشروع التطبيق", role="push button")
+        wait_until(lambda: not self.app.find("✅ المنجز (1)"), 10, "the done section to empty")
         time.sleep(1)
         self.assertEqual(self.toast(), [], "reopening is not congratulated")
         self.assertEqual(self.ideas()["مشروع التطبيق"]["status"], "active")
@@ -183,7 +187,7 @@ class BrowseTest(unittest.TestCase):
         self.app.press("مشروع التطبيق")
         self.app.press("حذف الفكرة")
         self.app.wait_find("بتروح ولن ترجع.. متأكد؟")
-        self.desktop.screenshot("delete-alert")
+        self.shot("delete-alert")
         self.app.press("إلغاء")
         wait_until(lambda: not self.app.find("بتروح ولن ترجع.. متأكد؟"), 10, "the alert to close")
         self.assertIn("مشروع التطبيق", self.ideas())
@@ -193,7 +197,7 @@ class BrowseTest(unittest.TestCase):
         self.assertEqual(self.ideas(), {})
         self.assertEqual(self.app.pending_reminders(), [])
         self.assertTrue(self.app.find("اضغط + عشان تكب أول فكرة"))
-        self.desktop.screenshot("list-empty")
+        self.shot("list-empty")
 
 
 if __name__ == "__main__":
