@@ -10,38 +10,20 @@ public:
 
     QVariant entitlement;
     QVariant token;
-    QString syncedError;
-    bool localFails = false;
+    QString syncedError; // set: the synced store fails to open with it
+    QString localError;
     mutable QStringList calls;
 
-    QVariant entitlementValue() const override
-    {
-        calls << "entitlement";
-        return entitlement;
-    }
-    QVariant identityToken() const override
-    {
-        calls << "token";
-        return token;
-    }
-    Opening openSyncedStore() override
-    {
-        calls << "synced";
-        if (!syncedError.isEmpty())
-            return {nullptr, syncedError};
-        return open("synced.sqlite");
-    }
-    Opening openLocalStore() override
-    {
-        calls << "local";
-        if (localFails)
-            return {nullptr, "disk on fire"};
-        return open("local.sqlite");
-    }
+    QVariant entitlementValue() const override { return calls << "entitlement", entitlement; }
+    QVariant identityToken() const override { return calls << "token", token; }
+    Opening openSyncedStore() override { return calls << "synced", open("synced.sqlite", syncedError); }
+    Opening openLocalStore() override { return calls << "local", open("local.sqlite", localError); }
 
 private:
-    Opening open(const QString &name)
+    Opening open(const QString &name, const QString &error)
     {
+        if (!error.isEmpty())
+            return {nullptr, error};
         IdeaStore::Opening opening = IdeaStore::open(m_folder + "/" + name);
         return {std::move(opening.store), opening.error};
     }

@@ -1,7 +1,6 @@
 #include "FakeNotificationCenter.h"
 #include "ReminderNotifications.h"
 
-#include <QSet>
 #include <QtTest>
 
 namespace {
@@ -18,11 +17,10 @@ class TestReminderNotifications : public QObject
     Q_OBJECT
 
 private slots:
-    void tenDistinctLinesInTheirOrder()
+    void tenLinesInTheirOrder()
     {
         const QStringList &lines = ReminderNotifications::funnyLines();
         QCOMPARE(lines.size(), 10);
-        QCOMPARE(QSet<QString>(lines.begin(), lines.end()).size(), 10);
         QCOMPARE(lines.first(), QStringLiteral("تنبيه عاجل!! يوجد لديك فكرة تصيح بالزاوية تقول وينكم عني 😱"));
         QCOMPARE(lines.last(), QStringLiteral("هذي فكرتك وهي زعلانة منك 😤💡"));
     }
@@ -31,45 +29,31 @@ private slots:
     {
         QTest::addColumn<QByteArray>("zone");
         QTest::addColumn<QDateTime>("reminder");
-        QTest::addColumn<QList<int>>("trigger");
+        QTest::addColumn<NotificationTrigger>("trigger");
 
         const auto utc = [](const char *text) { return QDateTime::fromString(QString::fromLatin1(text), Qt::ISODate); };
         QTest::newRow("seconds dropped") << QByteArray("UTC") << utc("2024-05-01T09:00:59Z")
-                                         << QList<int>{2024, 5, 1, 9, 0};
+                                         << NotificationTrigger{2024, 5, 1, 9, 0};
         QTest::newRow("into the next day") << QByteArray("Asia/Riyadh") << utc("2024-12-31T22:45:00Z")
-                                           << QList<int>{2025, 1, 1, 1, 45};
+                                           << NotificationTrigger{2025, 1, 1, 1, 45};
         QTest::newRow("summer time") << QByteArray("Europe/Berlin") << utc("2024-07-01T17:00:00Z")
-                                     << QList<int>{2024, 7, 1, 19, 0};
+                                     << NotificationTrigger{2024, 7, 1, 19, 0};
     }
 
     void theRequestIsForTheReminderMinuteInTheLocalZone()
     {
         QFETCH(QByteArray, zone);
         QFETCH(QDateTime, reminder);
-        QFETCH(QList<int>, trigger);
+        QFETCH(NotificationTrigger, trigger);
 
         const Idea idea = ideaRemindedAt(reminder);
         FakeNotificationCenter center;
         // The word uniform(10, …) turns into 7.
         ReminderNotifications::scheduleNotification(idea, center, [] { return 0xB3333334u; }, QTimeZone(zone));
 
-        QCOMPARE(center.requests.size(), 1);
-        const NotificationRequest request = center.requests.first();
-        QCOMPARE(request.identifier, idea.id.toString(QUuid::WithoutBraces).toUpper());
-        QCOMPARE(request.title, QStringLiteral("الفكرون 🗑️"));
-        QCOMPARE(request.body, ReminderNotifications::funnyLines().at(7));
-        QCOMPARE(request.sound, QStringLiteral("default"));
-        const NotificationTrigger &at = request.trigger;
-        QCOMPARE((QList<int>{at.year, at.month, at.day, at.hour, at.minute}), trigger);
-    }
-
-    void anIdeaWithoutAReminderAsksForNothing()
-    {
-        Idea idea = ideaRemindedAt({});
-        idea.reminderDate.reset();
-        FakeNotificationCenter center;
-        ReminderNotifications::scheduleNotification(idea, center);
-        QVERIFY(center.requests.isEmpty());
+        QCOMPARE(center.requests, (QList<NotificationRequest>{{idea.id.toString(QUuid::WithoutBraces).toUpper(),
+                                                               "الفكرون 🗑️", ReminderNotifications::funnyLines().at(7),
+                                                               "default", trigger}}));
     }
 
     void cancellingUsesTheIdentifierItWasScheduledWith()
@@ -77,9 +61,10 @@ private slots:
         FakeNotificationCenter center;
         const Idea kept = ideaRemindedAt(QDateTime::currentDateTimeUtc().addDays(1));
         const Idea dropped = ideaRemindedAt(QDateTime::currentDateTimeUtc().addDays(2));
-        ReminderNotifications::scheduleNotification(kept, center);
-        ReminderNotifications::scheduleNotification(dropped, center);
-
+        Idea without = ideaRemindedAt({});
+        without.reminderDate.reset();
+        for (const Idea &idea : {kept, dropped, without})
+            ReminderNotifications::scheduleNotification(idea, center);
         ReminderNotifications::cancelNotification(dropped.idText(), center);
         ReminderNotifications::cancelNotification(ideaRemindedAt({}).idText(), center);
         QCOMPARE(center.requests.size(), 1);

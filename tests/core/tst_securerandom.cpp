@@ -2,57 +2,33 @@
 
 #include <QtTest>
 
-#include <deque>
-
 class TestSecureRandom : public QObject
 {
     Q_OBJECT
 
-    // Replays fixed words and counts how many were taken.
-    struct Script
-    {
-        std::deque<quint32> words;
-        int taken = 0;
-        SecureRandom::Source source()
-        {
-            return [this] {
-                ++taken;
-                const quint32 word = words.front();
-                words.pop_front();
-                return word;
-            };
-        }
-    };
-
 private slots:
-    void mapsWordsByMultiplyingNotByModulo()
+    // Multiply-and-reject: the high word of word × bound, redrawing the words whose low
+    // word falls below 2^32 mod bound. Every scripted word must be taken.
+    void mapsWordsByMultiplyingAndRedrawsBiasedOnes_data()
     {
-        Script script{{0xFFFFFFFFu, 0x00000001u, 0x80000001u}};
-        QCOMPARE(SecureRandom::uniform(10, script.source()), 9u);
-        // 1 * 10 has a low word of 10, above the rejection threshold (6): kept, high word 0.
-        QCOMPARE(SecureRandom::uniform(10, script.source()), 0u);
-        QCOMPARE(SecureRandom::uniform(10, script.source()), 5u);
-        QCOMPARE(script.taken, 3);
+        QTest::addColumn<quint32>("bound");
+        QTest::addColumn<QList<quint32>>("words");
+        QTest::addColumn<quint32>("expected");
+        QTest::newRow("top word") << 10u << QList<quint32>{0xFFFFFFFFu} << 9u;
+        // 1 × 10 has a low word of 10, at or above the threshold of 6: kept.
+        QTest::newRow("low word just kept") << 10u << QList<quint32>{1u} << 0u;
+        QTest::newRow("not by modulo") << 10u << QList<quint32>{0x80000001u} << 5u;
+        QTest::newRow("bound 3 redraws low word 0") << 3u << QList<quint32>{0u, 0x80000000u} << 1u;
+        QTest::newRow("bound 10 redraws low words 0 to 5") << 10u << QList<quint32>{0u, 0x9999999Au, 0xA0000000u} << 6u;
+        QTest::newRow("bound 1 never redraws") << 1u << QList<quint32>{0u} << 0u;
     }
 
-    void rejectsTheWordsThatWouldBiasTheResult()
+    void mapsWordsByMultiplyingAndRedrawsBiasedOnes()
     {
-        // For a bound of 3, 2^32 mod 3 = 1 word too many: the one whose product has low word 0.
-        Script script{{0u, 0x80000000u}};
-        QCOMPARE(SecureRandom::uniform(3, script.source()), 1u);
-        QCOMPARE(script.taken, 2);
-
-        // For 10 the threshold is 6: products with a low word of 0 to 5 are redrawn.
-        Script ten{{0u, 0x9999999Au, 0xA0000000u}};
-        QCOMPARE(SecureRandom::uniform(10, ten.source()), 6u);
-        QCOMPARE(ten.taken, 3);
-    }
-
-    void aBoundOfOneNeverRedraws()
-    {
-        Script script{{0u}};
-        QCOMPARE(SecureRandom::uniform(1, script.source()), 0u);
-        QCOMPARE(script.taken, 1);
+        QFETCH(quint32, bound);
+        QFETCH(QList<quint32>, words);
+        QTEST(SecureRandom::uniform(bound, [&] { return words.takeFirst(); }), "expected");
+        QVERIFY(words.isEmpty());
     }
 
     void systemDrawsCoverTheRangeEvenly()

@@ -9,9 +9,7 @@ Item {
 
     Component {
         id: sheetComponent
-        CaptureSheet {
-            anchors.fill: parent
-        }
+        CaptureSheet { anchors.fill: parent }
     }
 
     TestCase {
@@ -21,14 +19,11 @@ Item {
         function find(item, test) {
             if (test(item))
                 return item
-            const kids = item.data || []
-            for (let i = 0; i < kids.length; ++i) {
-                const found = find(kids[i], test)
-                if (found)
-                    return found
-            }
-            if (item.contentItem && item.contentItem !== item) {
-                const found = find(item.contentItem, test)
+            const kids = Array.from(item.data || [])
+            if (item.contentItem && item.contentItem !== item)
+                kids.push(item.contentItem)
+            for (const kid of kids) {
+                const found = find(kid, test)
                 if (found)
                     return found
             }
@@ -49,13 +44,13 @@ Item {
             const idea = chip(sheet, "فكرة")
             const task = chip(sheet, "مهمة")
             verify(idea.selected)
-            compare(idea.background.color.toString(), AppPalette.blue600.toString())
-            compare(task.background.color.toString(), AppPalette.blue50.toString())
-
+            compare(idea.background.color, AppPalette.blue600)
+            compare(task.background.color, AppPalette.blue50)
             mouseClick(task)
             compare(sheet.model.selectedCategory, "مهمة")
             verify(task.selected && !idea.selected)
 
+            // The reminder chips take their colour over time, and a second tap clears.
             const later = chip(sheet, "بعدين 🎲")
             mouseClick(later)
             verify(later.selected)
@@ -69,27 +64,22 @@ Item {
             const sheet = createTemporaryObject(sheetComponent, root)
             const save = named(sheet, "saveButton")
             compare(save.background.opacity, 0.4)
-            compare(save.background.color.toString(), AppPalette.blue600.toString())
             sheet.model.title = " \t "
             compare(save.background.opacity, 0.4)
             sheet.model.title = "فكرة"
             compare(save.background.opacity, 1)
         }
 
-        function test_dictatedTextIsOfferedUntilUsed() {
+        function test_dictationIsOfferedUntilUsedAndItsFailureShown() {
             const sheet = createTemporaryObject(sheetComponent, root)
             const use = named(sheet, "useTranscribedButton")
             verify(!use.visible)
             sheet.model.recorder.transcribedText = "نص منطوق"
-            verify(use.visible)
             compare(use.text, "استخدم النص ✓")
             mouseClick(use)
             compare(sheet.model.title, "نص منطوق")
             verify(!use.visible)
-        }
 
-        function test_theRecordersFailureIsShown() {
-            const sheet = createTemporaryObject(sheetComponent, root)
             const error = named(sheet, "recorderError")
             verify(!error.visible)
             sheet.model.tapVoiceButton()
@@ -97,31 +87,18 @@ Item {
             compare(error.text, "التعرف على الكلام غير متوفر")
         }
 
-        function test_savingClosesTheSheetOnlyWithAText() {
+        function test_keyboardSavesOnlyWithATextAndCancels() {
             const sheet = createTemporaryObject(sheetComponent, root)
             const dismissed = createTemporaryQmlObject("import QtTest; SignalSpy { signalName: 'dismissRequested' }", root)
             dismissed.target = sheet
-            sheet.save()
-            compare(dismissed.count, 0)
-            sheet.model.title = "فكرة من اختبار"
-            sheet.save()
-            compare(dismissed.count, 1)
-        }
-
-        function test_keyboardSavesAndCancels() {
-            const sheet = createTemporaryObject(sheetComponent, root)
-            const dismissed = createTemporaryQmlObject("import QtTest; SignalSpy { signalName: 'dismissRequested' }", root)
-            dismissed.target = sheet
-            const field = named(sheet, "titleField")
-            tryVerify(() => field.activeFocus)
+            tryVerify(() => named(sheet, "titleField").activeFocus)
             keyClick(Qt.Key_Return, Qt.ControlModifier)
             compare(dismissed.count, 0)
-            compare(field.text, "")
 
             sheet.model.title = "بالكيبورد"
             keyClick(Qt.Key_Return, Qt.ControlModifier)
             compare(dismissed.count, 1)
-            compare(field.text, "بالكيبورد")
+            compare(named(sheet, "titleField").text, "بالكيبورد")
 
             keyClick(Qt.Key_Escape)
             compare(dismissed.count, 2)

@@ -10,51 +10,19 @@ Item {
     Component {
         id: chipsComponent
         FlowLayout {
-            property alias first: first
-            property alias second: second
-            property alias third: third
+            readonly property var chips: [first, second, third]
             spacing: 8
             Rectangle { id: first; implicitWidth: 40; implicitHeight: 20 }
             Rectangle { id: second; implicitWidth: 40; implicitHeight: 30 }
             Rectangle { id: third; implicitWidth: 40; implicitHeight: 20 }
+            // Takes no place of its own.
+            Repeater { model: 0; Rectangle {} }
         }
     }
 
     Component {
         id: chipComponent
         Rectangle { implicitWidth: 30; implicitHeight: 10 }
-    }
-
-    Component {
-        id: repeatedComponent
-        FlowLayout {
-            spacing: 8
-            width: 100
-            Repeater {
-                model: 3
-                Rectangle { implicitWidth: 40; implicitHeight: 20 }
-            }
-        }
-    }
-
-    Component {
-        id: mirroredComponent
-        Item {
-            property alias flow: flow
-            LayoutMirroring.enabled: true
-            LayoutMirroring.childrenInherit: true
-            FlowLayout {
-                id: flow
-                property alias first: first
-                property alias second: second
-                property alias third: third
-                spacing: 8
-                width: 100
-                Rectangle { id: first; implicitWidth: 40; implicitHeight: 20 }
-                Rectangle { id: second; implicitWidth: 40; implicitHeight: 30 }
-                Rectangle { id: third; implicitWidth: 40; implicitHeight: 20 }
-            }
-        }
     }
 
     TestCase {
@@ -66,80 +34,55 @@ Item {
             return flow
         }
 
-        function positions(flow) {
-            return [flow.first, flow.second, flow.third].map(chip => Qt.point(chip.x, chip.y))
+        function positions(items) {
+            return items.map(chip => Qt.point(chip.x, chip.y))
         }
 
-        function test_wrapsAtItsWidth() {
-            const flow = settled(createTemporaryObject(chipsComponent, root, { width: 100 }))
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(48, 0), Qt.point(0, 38)])
-            compare(flow.first.width, 40)
-            compare(flow.second.height, 30)
-            compare(flow.implicitHeight, 58)
-            compare(flow.implicitWidth, 136)
+        // Laid out at 100 wide with a gap of 8 first, then changed to the row's.
+        function test_arrangement_data() {
+            return [
+                { tag: "wraps at its width", positions: [[0, 0], [48, 0], [0, 38]], height: 58 },
+                { tag: "wider", width: 136, positions: [[0, 0], [48, 0], [96, 0]], height: 30 },
+                { tag: "smaller gap", width: 136, spacing: 2, positions: [[0, 0], [42, 0], [84, 0]], height: 30 },
+                { tag: "narrower", width: 80, spacing: 2, positions: [[0, 0], [0, 22], [0, 54]], height: 74 },
+                { tag: "no width: one line", width: null, positions: [[0, 0], [48, 0], [96, 0]], height: 30 },
+                { tag: "mirrored lines start at the right", mirrored: true, positions: [[60, 0], [12, 0], [60, 38]],
+                  height: 58 },
+            ]
         }
 
-        function test_followsWidthAndSpacing() {
-            const flow = settled(createTemporaryObject(chipsComponent, root, { width: 100 }))
-            flow.width = 136
+        function test_arrangement(row) {
+            const flow = settled(createTemporaryObject(chipsComponent, root, row.width === null ? {} : { width: 100 }))
+            flow.width = row.width || flow.width
+            flow.spacing = row.spacing || flow.spacing
+            flow.LayoutMirroring.enabled = !!row.mirrored
             settled(flow)
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(48, 0), Qt.point(96, 0)])
-            compare(flow.implicitHeight, 30)
-
-            flow.spacing = 2
-            settled(flow)
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(42, 0), Qt.point(84, 0)])
-
-            flow.width = 80
-            settled(flow)
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(0, 22), Qt.point(0, 54)])
-            compare(flow.implicitHeight, 74)
+            compare(positions(flow.chips), row.positions.map(p => Qt.point(p[0], p[1])))
+            compare(flow.implicitHeight, row.height)
+            compare(flow.implicitWidth, 136 + 2 * (flow.spacing - 8))
+            if (row.width === null)
+                compare(flow.width, 136)
         }
 
         function test_followsItsChildren() {
             const flow = settled(createTemporaryObject(chipsComponent, root, { width: 100 }))
-            flow.first.implicitWidth = 60
+            flow.chips[0].implicitWidth = 60
             settled(flow)
-            compare(flow.first.width, 60)
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(0, 28), Qt.point(48, 28)])
+            compare(flow.chips[0].width, 60)
+            compare(positions(flow.chips), [Qt.point(0, 0), Qt.point(0, 28), Qt.point(48, 28)])
 
-            flow.second.visible = false
+            flow.chips[1].visible = false
             settled(flow)
-            compare(flow.third.x, 0)
-            compare(flow.third.y, 28)
+            compare(positions([flow.chips[2]]), [Qt.point(0, 28)])
             compare(flow.implicitHeight, 48)
 
             const added = chipComponent.createObject(flow)
             settled(flow)
-            compare(Qt.point(added.x, added.y), Qt.point(48, 28))
+            compare(positions([added]), [Qt.point(48, 28)])
 
             added.destroy()
-            flow.third.parent = null
+            flow.chips[2].parent = null
             tryVerify(() => flow.implicitHeight === 20)
-        }
-
-        function test_withoutAWidthTakesOneLine() {
-            const flow = settled(createTemporaryObject(chipsComponent, root))
-            compare(flow.width, 136)
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(48, 0), Qt.point(96, 0)])
-            compare(flow.implicitHeight, 30)
-        }
-
-        function test_aRepeaterTakesNoPlace() {
-            const flow = settled(createTemporaryObject(repeatedComponent, root))
-            const chips = Array.from(flow.children).filter(child => child.implicitWidth > 0)
-            compare(chips.length, 3)
-            compare(chips.map(chip => Qt.point(chip.x, chip.y)), [Qt.point(0, 0), Qt.point(48, 0), Qt.point(0, 28)])
-        }
-
-        function test_mirroredLinesStartAtTheRight() {
-            const holder = createTemporaryObject(mirroredComponent, root)
-            const flow = settled(holder.flow)
-            compare(positions(flow), [Qt.point(60, 0), Qt.point(12, 0), Qt.point(60, 38)])
-
-            holder.LayoutMirroring.enabled = false
-            settled(flow)
-            compare(positions(flow), [Qt.point(0, 0), Qt.point(48, 0), Qt.point(0, 38)])
         }
     }
 }
