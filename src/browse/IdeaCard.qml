@@ -19,8 +19,11 @@ FocusScope {
     signal returnRequested()
     signal deleteRequested()
 
-    // Right to left, the menu opens towards the left of where it was asked for.
+    // Right to left, the menu opens towards the left of where it was asked for. It is
+    // made on first use: most cards never show one, and a list builds many cards.
     function openMenu(x, y) {
+        menuLoader.active = true
+        const menu = menuLoader.item
         menu.popup(card, Math.max(0, x - menu.width), y)
     }
 
@@ -116,27 +119,30 @@ FocusScope {
         onTapped: eventPoint => card.openMenu(eventPoint.position.x, eventPoint.position.y)
     }
 
-    Menu {
-        id: menu
+    Loader {
+        id: menuLoader
 
-        objectName: "cardMenu"
-        width: 200
-        background: Rectangle {
-            radius: 10
-            color: "white"
-            border.color: "#E5E7EB"
-        }
+        active: false
+        sourceComponent: Menu {
+            objectName: "cardMenu"
+            width: 200
+            background: Rectangle {
+                radius: 10
+                color: "white"
+                border.color: "#E5E7EB"
+            }
 
-        SymbolMenuItem {
-            text: card.isDone ? "إرجاع للنشطة" : "تم الإنجاز"
-            symbol: card.isDone ? "arrow.uturn.backward" : "checkmark.circle"
-            onTriggered: card.isDone ? card.returnRequested() : card.markDoneRequested()
-        }
-        SymbolMenuItem {
-            text: "حذف"
-            symbol: "trash"
-            destructive: true
-            onTriggered: card.deleteRequested()
+            SymbolMenuItem {
+                text: card.isDone ? "إرجاع للنشطة" : "تم الإنجاز"
+                symbol: card.isDone ? "arrow.uturn.backward" : "checkmark.circle"
+                onTriggered: card.isDone ? card.returnRequested() : card.markDoneRequested()
+            }
+            SymbolMenuItem {
+                text: "حذف"
+                symbol: "trash"
+                destructive: true
+                onTriggered: card.deleteRequested()
+            }
         }
     }
 }

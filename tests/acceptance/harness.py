@@ -725,7 +725,10 @@ def _atspi_main(request):
         return [_node(c) for c in tops]
 
     scope = [c for c in tops if not request.get("frame") or normalize(c.name) == request["frame"]]
-    found = next(_matches(scope, request.get("name"), request.get("role")), None)
+    # What is on screen first, as a person would pick: a hidden twin may share the name.
+    matches = list(_matches(scope, request.get("name"), request.get("role")))
+    found = next((m for m in matches if m[1].getState().contains(pyatspi.STATE_SHOWING)),
+                 matches[0] if matches else None)
     if found is None:
         return None
     top, target = found

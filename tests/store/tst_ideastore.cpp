@@ -227,17 +227,6 @@ private slots:
         QCOMPARE(store->allIdeas().first().status, "active");
     }
 
-    void reopeningKeepsEverything()
-    {
-        const Idea idea = add("باقية", 1000);
-        store.reset();
-        openStore();
-        const QList<Idea> ideas = store->allIdeas();
-        QCOMPARE(ideas.size(), 1);
-        QVERIFY(ideas.first() == idea);
-        QCOMPARE(ideas.first().title, "باقية");
-    }
-
     void aWriteSurvivesTheProcessBeingKilled()
     {
         store.reset();
