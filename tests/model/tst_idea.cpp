@@ -10,42 +10,27 @@ class TestIdea : public QObject
     Q_OBJECT
 
 private slots:
-    void newRecordHasTheDefaults()
+    // Made by the initialiser or field by field, a new record is active, unstored, with
+    // its own id and one creation instant for both dates.
+    void newRecordsStartAlike()
     {
         const QDateTime now = QDateTime::fromMSecsSinceEpoch(1'700'000'000'123, Qt::UTC);
-        const Idea idea = Idea::make("اشتر حليب", "", Vocabulary::defaultCategory(), false, std::nullopt, false, now);
-        QCOMPARE(idea.title, "اشتر حليب");
-        QCOMPARE(idea.body, "");
-        QCOMPARE(idea.category, "فكرة");
-        QCOMPARE(idea.status, "active");
-        QVERIFY(!idea.hasReminder);
-        QVERIFY(!idea.reminderDate);
-        QVERIFY(!idea.isVoiceNote);
-        QCOMPARE(idea.createdAt, now);
-        QCOMPARE(idea.updatedAt, idea.createdAt);
-        QVERIFY(!idea.id.isNull());
-        QVERIFY(!idea.isStored());
+        const Idea made = Idea::make("اشتر حليب", "", Vocabulary::defaultCategory(), false, std::nullopt, false, now);
+        QVERIFY(made.category == "فكرة" && made.status == "active");
+        QVERIFY(made.createdAt == now && made.updatedAt == now);
+        QVERIFY(!made.hasReminder && !made.reminderDate && !made.isVoiceNote && !made.isStored());
 
-        // A record built field by field starts the same way, with its own id and now.
         const QDateTime before = AppClock::now();
         const Idea blank;
-        const Idea other;
-        QCOMPARE(blank.category, "فكرة");
-        QCOMPARE(blank.status, "active");
-        QVERIFY(!blank.id.isNull() && blank.id != other.id);
+        QVERIFY(blank.category == "فكرة" && blank.status == "active");
         QVERIFY(blank.createdAt >= before && blank.createdAt <= AppClock::now());
         QCOMPARE(blank.updatedAt, blank.createdAt);
-        QVERIFY(!blank.isStored() && !(blank == other));
-    }
+        QVERIFY(!blank.isStored() && !blank.id.isNull() && blank.id != made.id);
 
-    void idTextIsUpperCaseHyphenatedWithoutBraces()
-    {
-        const Idea idea = Idea::make("x", "", "فكرة", false, std::nullopt, false);
-        const QString text = idea.idText();
-        QCOMPARE(text.size(), 36);
+        const QString text = made.idText();
         QCOMPARE(text, text.toUpper());
-        QVERIFY(!text.contains('{'));
-        QCOMPARE(QUuid::fromString(text), idea.id);
+        QVERIFY(text.size() == 36 && !text.contains('{'));
+        QCOMPARE(QUuid::fromString(text), made.id);
     }
 
     void identityIsTheRecordNotItsFields()
@@ -53,8 +38,7 @@ private slots:
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const Idea first = Idea::make("نفس الشي", "", "فكرة", false, std::nullopt, false, now);
         Idea second = Idea::make("نفس الشي", "", "فكرة", false, std::nullopt, false, now);
-        QVERIFY(first.id != second.id);
-        QVERIFY(!(first == second));
+        QVERIFY(first.id != second.id && !(first == second));
 
         // Same record, fields changed: still the same idea.
         Idea copy = first;
@@ -65,52 +49,23 @@ private slots:
         // Even with every field made identical, two records stay two.
         second.id = first.id;
         QVERIFY(!(second == first));
-
-        QSet<Idea> set{first, copy, second};
-        QCOMPARE(set.size(), 2);
+        QCOMPARE((QSet<Idea>{first, copy, second}).size(), 2);
     }
 
-    void categoriesAndEmoji_data()
+    void vocabularies()
     {
-        QTest::addColumn<QString>("category");
-        QTest::addColumn<QString>("emoji");
-        QTest::newRow("idea") << "فكرة" << "💡";
-        QTest::newRow("task") << "مهمة" << "✅";
-        QTest::newRow("note") << "ملاحظة" << "📝";
-        QTest::newRow("unknown word") << "شي ثاني" << "💡";
-        QTest::newRow("empty") << "" << "💡";
-        QTest::newRow("filter label is not a category") << "الكل" << "💡";
-    }
-
-    void categoriesAndEmoji()
-    {
-        QFETCH(QString, category);
-        QFETCH(QString, emoji);
-        QCOMPARE(Vocabulary::emoji(category), emoji);
-    }
-
-    void vocabulariesKeepTheirOrder()
-    {
-        QCOMPARE(Vocabulary::categories(), QStringList({"فكرة", "مهمة", "ملاحظة"}));
-        QCOMPARE(Vocabulary::defaultCategory(), Vocabulary::categories().first());
+        const QList<std::pair<QString, QString>> emoji = {
+            {"فكرة", "💡"}, {"مهمة", "✅"}, {"ملاحظة", "📝"}, {"شي ثاني", "💡"}, {"", "💡"}, {"الكل", "💡"}};
+        for (const auto &[category, expected] : emoji)
+            QCOMPARE(Vocabulary::emoji(category), expected);
         QCOMPARE(Vocabulary::filterLabels(), QStringList({"الكل", "فكرة", "مهمة", "ملاحظة", "لها موعد"}));
-    }
+        QCOMPARE(Vocabulary::defaultCategory(), Vocabulary::categories().first());
 
-    void completingToggles_data()
-    {
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("toggled");
-        QTest::newRow("done reopens") << "done" << "active";
-        QTest::newRow("active completes") << "active" << "done";
-        QTest::newRow("any other word completes") << "archived" << "done";
-        QTest::newRow("case matters") << "Done" << "done";
-    }
-
-    void completingToggles()
-    {
-        QFETCH(QString, status);
-        QFETCH(QString, toggled);
-        QCOMPARE(Vocabulary::toggledStatus(status), toggled);
+        // Completing toggles: only "done" reopens.
+        const QList<std::pair<QString, QString>> toggles = {
+            {"done", "active"}, {"active", "done"}, {"archived", "done"}, {"Done", "done"}};
+        for (const auto &[status, toggled] : toggles)
+            QCOMPARE(Vocabulary::toggledStatus(status), toggled);
     }
 };
 
