@@ -150,9 +150,11 @@ class BrowseTest(unittest.TestCase):
         wait_until(lambda: not self.app.find("التخزين محلي فقط على هذا الجهاز"), 10, "the settings to close")
 
     def test_the_detail_view_edits_completes_reopens_and_deletes(self):
-        self.seed(("فكرة المشروع", "فكرة", "active", 30, 1))
+        self.app.env["LANG"] = "ar_SA.UTF-8"
+        self.seed(("فكرة المشروع", "فكرة", "active", 30 * 60, 1))
         before = self.ideas()["فكرة المشروع"]
         self.start()
+        self.app.wait_find("أمس")  # the card's age, worded in the user's language
         self.app.press("فكرة المشروع")
         self.app.wait_find("عنوان الفكرة", role="text")
         self.shot("detail-active")
