@@ -23,6 +23,7 @@ IdeaDetailModel::IdeaDetailModel(IdeaStore *store, NotificationCenter *notificat
     connect(m_store, &IdeaStore::removed, this, [this](const Idea &idea) {
         if (m_found && idea == m_idea && idea.id == m_idea.id) {
             m_saveTimer.stop();
+            m_unsaved = false;
             m_found = false;
             emit ideaChanged();
         }
@@ -70,8 +71,10 @@ void IdeaDetailModel::setBody(const QString &body)
 
 void IdeaDetailModel::edited()
 {
-    if (m_found)
-        m_saveTimer.start();
+    if (!m_found)
+        return;
+    m_unsaved = true;
+    m_saveTimer.start();
 }
 
 bool IdeaDetailModel::write()
@@ -80,6 +83,8 @@ bool IdeaDetailModel::write()
     if (!m_found || !m_store)
         return false;
     const IdeaStore::Write result = m_store->update(m_idea);
+    // A refused write stays owed: the next pause, or leaving, tries again.
+    m_unsaved = result == IdeaStore::Write::failed;
     if (result == IdeaStore::Write::gone) {
         m_found = false;
         emit ideaChanged();
@@ -90,7 +95,7 @@ bool IdeaDetailModel::write()
 
 bool IdeaDetailModel::flush()
 {
-    return !m_saveTimer.isActive() || write();
+    return !m_unsaved || write();
 }
 
 void IdeaDetailModel::beginEditing()
@@ -144,7 +149,7 @@ bool IdeaDetailModel::deleteIdea()
 void IdeaDetailModel::onStoreUpdated(const Idea &idea)
 {
     // Another surface changed this record; typing not yet written wins over it.
-    if (!m_found || !(idea == m_idea) || idea.id != m_idea.id || m_saveTimer.isActive())
+    if (!m_found || !(idea == m_idea) || idea.id != m_idea.id || m_unsaved)
         return;
     adopt(idea);
     emit ideaChanged();

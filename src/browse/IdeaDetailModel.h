@@ -86,6 +86,7 @@ private:
     Idea m_idea;
     bool m_found = false;
     bool m_isEditing = false;
+    bool m_unsaved = false;
     QTimer m_saveTimer;
     QString m_errorMessage;
 };

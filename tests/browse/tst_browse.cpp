@@ -68,6 +68,15 @@ class TestBrowse : public QObject
         return idea;
     }
 
+    // Runs SQL behind the store's back, as a full disk or another writer would act.
+    void rawSql(const char *sql)
+    {
+        sqlite3 *raw = nullptr;
+        sqlite3_open(qPrintable(store->path()), &raw);
+        QCOMPARE(sqlite3_exec(raw, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(raw);
+    }
+
     std::unique_ptr<IdeasListState> listState(IdeasListState::Delay delay = [](int, std::function<void()>) {})
     {
         return std::make_unique<IdeasListState>(store.get(), &center, std::move(delay), SecureRandom::systemWord);
@@ -158,15 +167,11 @@ private slots:
         QCOMPARE(store->find(idea.recordId(), idea.id)->status, "active");
         disconnect(connection);
 
-        sqlite3 *raw = nullptr;
-        sqlite3_open(qPrintable(store->path()), &raw);
-        sqlite3_exec(raw, "CREATE TRIGGER refuse BEFORE DELETE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END",
-                     nullptr, nullptr, nullptr);
+        rawSql("CREATE TRIGGER refuse BEFORE DELETE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END");
         state->remove(idea.recordId(), idea.idText());
         QCOMPARE(state->errorMessage(), IdeaStore::writeFailureMessage());
         QCOMPARE(center.requests.size(), 1);
-        sqlite3_exec(raw, "DROP TRIGGER refuse", nullptr, nullptr, nullptr);
-        sqlite3_close(raw);
+        rawSql("DROP TRIGGER refuse");
 
         state->remove(idea.recordId(), idea.idText());
         QVERIFY(center.requests.isEmpty());
@@ -224,7 +229,12 @@ private slots:
         detail->setTitle("بعد");
         QTRY_COMPARE(store->find(idea.recordId(), idea.id)->title, "بعد");
         QCOMPARE(store->find(idea.recordId(), idea.id)->updatedAt, idea.updatedAt);
+        // A refused write is owed, not dropped: leaving the view pays it.
+        rawSql("CREATE TRIGGER refuse BEFORE UPDATE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END");
         detail->setBody("تفاصيل");
+        QVERIFY(!detail->flush());
+        QCOMPARE(detail->errorMessage(), IdeaStore::writeFailureMessage());
+        rawSql("DROP TRIGGER refuse");
         detail.reset();
         QCOMPARE(store->find(idea.recordId(), idea.id)->body, "تفاصيل");
 
