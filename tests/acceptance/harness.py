@@ -725,10 +725,13 @@ def _atspi_main(request):
         return [_node(c) for c in tops]
 
     scope = [c for c in tops if not request.get("frame") or normalize(c.name) == request["frame"]]
-    found = next(_matches(scope, request.get("name"), request.get("role")), None)
-    if found is None:
+    found = list(_matches(scope, request.get("name"), request.get("role")))
+    # What a person would reach: later items are drawn on top (a sheet over the page under it),
+    # so the last one showing; failing that, the first in tree order.
+    showing = [m for m in found if m[1].getState().contains(pyatspi.STATE_SHOWING)]
+    if not found:
         return None
-    top, target = found
+    top, target = showing[-1] if showing else found[0]
     if op == "find":
         return dict(_node(target), frame=top.name)
     if op == "press":
