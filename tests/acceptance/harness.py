@@ -15,7 +15,6 @@ import contextlib
 import json
 import os
 import re
-import select
 import shutil
 import signal
 import subprocess
@@ -25,15 +24,11 @@ import time
 
 PYTHON = "/usr/bin/python3"
 HERE = os.path.dirname(os.path.abspath(__file__))
-SCREEN = "1280x800x24"
 DEFAULT_BIN = os.path.join(HERE, "..", "..", "build", "dev", "fikranest")
 
 # No <servicedir>: nothing may be auto-started behind a test's back, so every
 # service the program can reach is one this harness started on purpose.
-SESSION_BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
+SESSION_BUS_CONFIG = """<busconfig>
   <type>session</type>
   <keep_umask/>
   <listen>unix:dir={runtime}</listen>
@@ -61,27 +56,11 @@ class WaitTimeout(AssertionError):
 def wait_until(predicate, timeout, what, interval=0.25):
     """Polls predicate until it returns something truthy, which is returned."""
     deadline = time.monotonic() + timeout
-    while True:
-        value = predicate()
-        if value:
-            return value
+    while not (value := predicate()):
         if time.monotonic() >= deadline:
             raise WaitTimeout(f"timed out after {timeout:g}s waiting for {what}")
         time.sleep(interval)
-
-
-def _read_line(fd, timeout, what):
-    data = b""
-    deadline = time.monotonic() + timeout
-    while not data.endswith(b"\n"):
-        left = deadline - time.monotonic()
-        if left <= 0 or not select.select([fd], [], [], left)[0]:
-            raise TimeoutError(f"{what} did not report in {timeout:g}s")
-        chunk = os.read(fd, 4096)
-        if not chunk:
-            raise RuntimeError(f"{what} exited before reporting")
-        data += chunk
-    return data.decode().strip()
+    return value
 
 
 def _alive(pid):
@@ -89,79 +68,58 @@ def _alive(pid):
         with open(f"/proc/{pid}/stat") as f:
             # A zombie nobody reaps is as good as gone.
             return f.read().rsplit(")", 1)[1].split()[0] != "Z"
-    except (FileNotFoundError, ProcessLookupError, IndexError):
+    except OSError:
         return False
 
 
+def _pids(match):
+    """Live pids p for which match(p, its environment entries) holds."""
+    found = []
+    for pid in map(int, filter(str.isdigit, os.listdir("/proc"))):
+        with contextlib.suppress(OSError):
+            with open(f"/proc/{pid}/environ", "rb") as f:
+                if match(pid, f.read().split(b"\0")) and _alive(pid):
+                    found.append(pid)
+    return found
+
+
 def stop_process(proc, grace=5.0):
-    """SIGTERM, wait, then SIGKILL. proc is a Popen (so it gets reaped) or a pid."""
-    if isinstance(proc, subprocess.Popen):
-        if proc.poll() is None:
-            proc.terminate()
-            try:
-                proc.wait(grace)
-            except subprocess.TimeoutExpired:
-                proc.kill()
-                proc.wait()
-        return
-    pid = proc
-    if not _alive(pid):
-        return
+    """SIGTERM, then SIGKILL after grace. proc is a Popen (reaped here) or a pid."""
+    popen = isinstance(proc, subprocess.Popen)
+    pid = proc.pid if popen else proc
+    gone = (lambda: proc.poll() is not None) if popen else (lambda: not _alive(pid))
     with contextlib.suppress(ProcessLookupError):
-        os.kill(pid, signal.SIGTERM)
-    try:
-        wait_until(lambda: not _alive(pid), grace, f"pid {pid} to exit", 0.05)
-    except WaitTimeout:
-        with contextlib.suppress(ProcessLookupError):
-            os.kill(pid, signal.SIGKILL)
+        if not gone():
+            os.kill(pid, signal.SIGTERM)
+            try:
+                wait_until(gone, grace, f"pid {pid} to exit", 0.05)
+            except WaitTimeout:
+                os.kill(pid, signal.SIGKILL)
+    if popen:
+        proc.wait()
 
 
-def _environ_of(pid):
-    try:
-        with open(f"/proc/{pid}/environ", "rb") as f:
-            return f.read().split(b"\0")
-    except OSError:
-        return []
-
-
-def _children_of(ppid):
-    kids = []
-    for entry in os.listdir("/proc"):
-        if not entry.isdigit():
-            continue
-        try:
-            with open(f"/proc/{entry}/stat") as f:
-                if int(f.read().rsplit(")", 1)[1].split()[1]) == ppid:
-                    kids.append(int(entry))
-        except (OSError, IndexError, ValueError):
-            pass
-    return kids
-
-
-@contextlib.contextmanager
 def bus_at(address):
     """A private connection: dbus-python's shared session bus would outlive the desktop."""
     import dbus.bus
-    bus = dbus.bus.BusConnection(address)
-    try:
-        yield bus
-    finally:
-        bus.close()
+    return contextlib.closing(dbus.bus.BusConnection(address))
+
+
+def _prop(d, w, name):
+    from Xlib import X
+    prop = w.get_full_property(d.intern_atom(name), X.AnyPropertyType)
+    return prop.value if prop else None
 
 
 class Desktop:
     """Xvfb + private session bus + AT-SPI + notifications + tray, per test."""
 
     def __init__(self, name):
-        self.name = name
-        root = os.environ.get("FIKRANEST_SCREENSHOT_DIR") or os.path.join(
-            os.getcwd(), "screenshots")
+        root = os.environ.get("FIKRANEST_SCREENSHOT_DIR") or os.path.join(os.getcwd(), "screenshots")
         self.artifacts = os.path.join(os.path.abspath(root), name)
         self._shots = 0
         self._stack = contextlib.ExitStack()
         self.env = {}
-
-    # -- bring-up ---------------------------------------------------------
 
     def __enter__(self):
         try:
@@ -173,7 +131,6 @@ class Desktop:
 
     def __exit__(self, *exc):
         self._stack.close()
-        return False
 
     def _start(self):
         shutil.rmtree(self.artifacts, ignore_errors=True)
@@ -182,157 +139,102 @@ class Desktop:
         self._stack.callback(shutil.rmtree, self.tmp, True)
         self.runtime_dir = os.path.join(self.tmp, "runtime")
         os.mkdir(self.runtime_dir, 0o700)
-        # Registered before anything starts so it runs last: whatever was
-        # spawned on this desktop and is still around carries our runtime dir.
-        self._stack.callback(self._stop_stragglers)
-
+        # Registered before anything starts so it runs last: whatever was spawned on this
+        # desktop and is still around (the accessibility bus and registry) carries our runtime dir.
+        self._stack.callback(lambda: [stop_process(p) for p in self._pids_here()])
         self._start_xvfb()
         self._start_session_bus()
         self._start_accessibility()
         self._start_notifications()
         self._start_tray()
 
-    def _spawn(self, argv, log, env=None, **kwargs):
-        out = open(os.path.join(self.tmp, log), "wb")
-        self._stack.callback(out.close)
-        proc = subprocess.Popen(argv, env=env or self.base_env(), stdin=subprocess.DEVNULL,
+    def _pids_here(self, match=lambda pid: True):
+        marker = f"XDG_RUNTIME_DIR={self.runtime_dir}".encode()
+        return _pids(lambda pid, environ: pid != os.getpid() and marker in environ and match(pid))
+
+    def _spawn(self, argv, log, **kwargs):
+        out = self._stack.enter_context(open(os.path.join(self.tmp, log), "wb"))
+        proc = subprocess.Popen(argv, env=self.base_env(), stdin=subprocess.DEVNULL,
                                 stdout=kwargs.pop("stdout", out), stderr=out, **kwargs)
         self._stack.callback(stop_process, proc)
         return proc
 
     def base_env(self):
         env = {k: v for k, v in os.environ.items()
-               if not k.startswith(("WAYLAND_", "QT_", "PYTHON", "AT_SPI_", "XDG_",
-                                    "DBUS_", "SESSION_MANAGER", "GTK_MODULES"))}
-        env.update(LANG="C.UTF-8", NO_AT_BRIDGE="1")
-        env.pop("LC_ALL", None)
-        env.pop("LANGUAGE", None)
-        env.update(self.env)
-        return env
+               if not k.startswith(("WAYLAND_", "QT_", "PYTHON", "AT_SPI_", "XDG_", "DBUS_",
+                                    "SESSION_MANAGER", "GTK_MODULES", "LC_ALL", "LANGUAGE"))}
+        return {**env, "LANG": "C.UTF-8", "NO_AT_BRIDGE": "1", **self.env}
 
     def _start_xvfb(self):
         rfd, wfd = os.pipe()
-        try:
-            self._spawn(["Xvfb", "-displayfd", str(wfd), "-screen", "0", SCREEN,
-                         "-nolisten", "tcp", "-noreset"], "xvfb.log", pass_fds=(wfd,))
-            os.close(wfd)
-            wfd = None
-            number = _read_line(rfd, 30, "Xvfb")
-        finally:
-            os.close(rfd)
-            if wfd is not None:
-                os.close(wfd)
-        self.env.update(DISPLAY=f":{number}", XDG_RUNTIME_DIR=self.runtime_dir,
-                        XDG_SESSION_TYPE="x11")
+        self._spawn(["Xvfb", "-displayfd", str(wfd), "-screen", "0", "1280x800x24",
+                     "-nolisten", "tcp", "-noreset"], "xvfb.log", pass_fds=(wfd,))
+        os.close(wfd)
+        with open(rfd) as pipe:
+            number = pipe.readline().strip()
+        assert number, "Xvfb did not start"
+        self.env.update(DISPLAY=f":{number}", XDG_RUNTIME_DIR=self.runtime_dir, XDG_SESSION_TYPE="x11")
 
     def _start_session_bus(self):
         config = os.path.join(self.tmp, "session.conf")
         with open(config, "w") as f:
             f.write(SESSION_BUS_CONFIG.format(runtime=self.runtime_dir))
-        rfd, wfd = os.pipe()
-        try:
-            proc = self._spawn(["dbus-daemon", "--nofork", f"--config-file={config}",
-                                "--print-address=1", f"--print-pid={wfd}"],
-                               "dbus.log", stdout=subprocess.PIPE, pass_fds=(wfd,))
-            os.close(wfd)
-            wfd = None
-            address = _read_line(proc.stdout.fileno(), 30, "dbus-daemon")
-            pid = int(_read_line(rfd, 30, "dbus-daemon"))
-        finally:
-            proc.stdout.close()
-            os.close(rfd)
-            if wfd is not None:
-                os.close(wfd)
-        assert pid == proc.pid, "dbus-daemon forked despite --nofork"
-        self.env["DBUS_SESSION_BUS_ADDRESS"] = address
+        proc = self._spawn(["dbus-daemon", "--nofork", f"--config-file={config}", "--print-address=1"],
+                           "dbus.log", stdout=subprocess.PIPE)
+        with proc.stdout:
+            self.env["DBUS_SESSION_BUS_ADDRESS"] = proc.stdout.readline().decode().strip()
+        assert self.env["DBUS_SESSION_BUS_ADDRESS"], "dbus-daemon did not start"
 
     def _start_accessibility(self):
-        launcher = self._spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"],
-                               "at-spi-bus-launcher.log")
+        self._spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"], "at-spi-bus-launcher.log")
         with self.session_bus() as session:
-            wait_until(lambda: session.name_has_owner("org.a11y.Bus"), 30,
-                       "org.a11y.Bus on the session bus")
-            address = str(session.get_object("org.a11y.Bus", "/org/a11y/bus")
-                          .GetAddress(dbus_interface="org.a11y.Bus"))
-        # Only for our own AT-SPI queries: Qt 6.4 takes AT_SPI_BUS_ADDRESS as
-        # "enabled" before its bridge listens, and then never registers.
-        self.a11y_address = address
-        # The launcher's own bus; stopped before the launcher (stack order).
-        for pid in _children_of(launcher.pid):
-            self._stack.callback(stop_process, pid)
-
+            wait_until(lambda: session.name_has_owner("org.a11y.Bus"), 30, "org.a11y.Bus")
+            # Only for our own AT-SPI queries: Qt 6.4 takes AT_SPI_BUS_ADDRESS as
+            # "enabled" before its bridge listens, and then never registers.
+            self.a11y_address = str(session.get_object("org.a11y.Bus", "/org/a11y/bus")
+                                    .GetAddress(dbus_interface="org.a11y.Bus"))
         # The registry is what makes applications visible to pyatspi; it is
-        # activated on the accessibility bus, so start it now and keep its pid.
-        with bus_at(address) as a11y:
+        # activated on the accessibility bus, so start it now.
+        with bus_at(self.a11y_address) as a11y:
             a11y.start_service_by_name("org.a11y.atspi.Registry")
-            wait_until(lambda: a11y.name_has_owner("org.a11y.atspi.Registry"), 30,
-                       "the AT-SPI registry")
-            registry = int(a11y.call_blocking(
-                "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                "GetConnectionUnixProcessID", "s", ("org.a11y.atspi.Registry",)))
-        self._stack.callback(stop_process, registry)
+            wait_until(lambda: a11y.name_has_owner("org.a11y.atspi.Registry"), 30, "the AT-SPI registry")
 
     def _start_notifications(self):
         self.notifications_log = os.path.join(self.artifacts, "notifications.jsonl")
         open(self.notifications_log, "w").close()
-        self._spawn([PYTHON, os.path.join(HERE, "fake_notifications.py"),
-                     "--log", self.notifications_log], "notifications.log")
+        self._spawn([PYTHON, os.path.join(HERE, "fake_notifications.py"), self.notifications_log],
+                    "notifications.log")
         with self.session_bus() as session:
-            wait_until(lambda: session.name_has_owner("org.freedesktop.Notifications"),
-                       30, "the notification daemon")
+            wait_until(lambda: session.name_has_owner("org.freedesktop.Notifications"), 30,
+                       "the notification daemon")
 
     def _start_tray(self):
-        self.tray = self._spawn(["trayer", "--edge", "top", "--align", "right",
-                                 "--widthtype", "request", "--height", "32",
-                                 "--SetDockType", "true"], "trayer.log")
-        with self.x() as display:
-            selection = display.intern_atom("_NET_SYSTEM_TRAY_S0")
+        self.tray = self._spawn(["trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
+                                 "--height", "32", "--SetDockType", "true"], "trayer.log")
+        with self.x() as d:
+            selection = d.intern_atom("_NET_SYSTEM_TRAY_S0")
             # An int (X.NONE) until someone owns it, a Window after.
-            wait_until(lambda: getattr(display.get_selection_owner(selection), "id", 0), 30,
+            wait_until(lambda: getattr(d.get_selection_owner(selection), "id", 0), 30,
                        "trayer to own the system tray")
-
-    def _stop_stragglers(self):
-        marker = f"XDG_RUNTIME_DIR={self.runtime_dir}".encode()
-        me = os.getpid()
-        for entry in os.listdir("/proc"):
-            if entry.isdigit() and int(entry) != me and marker in _environ_of(int(entry)):
-                stop_process(int(entry))
 
     # -- X ----------------------------------------------------------------
 
-    @contextlib.contextmanager
     def x(self):
-        from Xlib import display as xdisplay
-        display = xdisplay.Display(self.env["DISPLAY"])
-        try:
-            yield display
-        finally:
-            display.close()
+        from Xlib import display
+        return contextlib.closing(display.Display(self.env["DISPLAY"]))
 
     def top_level_windows(self, title=None, pid=None, mapped_only=False):
         """[(window id, title)] of root's children, i.e. windows with no WM."""
         from Xlib import X
         found = []
         with self.x() as d:
-            wm_name, utf8 = d.intern_atom("_NET_WM_NAME"), d.intern_atom("UTF8_STRING")
-            wm_pid = d.intern_atom("_NET_WM_PID")
             for w in d.screen().root.query_tree().children:
-                try:
-                    if mapped_only and w.get_attributes().map_state != X.IsViewable:
-                        continue
-                    prop = w.get_full_property(wm_name, utf8)
-                    name = prop.value.decode() if prop else (w.get_wm_name() or "")
-                    if isinstance(name, bytes):
-                        name = name.decode("latin-1")
-                    owner = w.get_full_property(wm_pid, X.AnyPropertyType)
-                    owner = int(owner.value[0]) if owner else None
-                except Exception:  # windows come and go while we look
-                    continue
-                if title is not None and normalize(name) != title:
-                    continue
-                if pid is not None and owner != pid:
-                    continue
-                found.append((w.id, name))
+                with contextlib.suppress(Exception):  # windows come and go while we look
+                    name = (_prop(d, w, "_NET_WM_NAME") or b"").decode()
+                    owner = _prop(d, w, "_NET_WM_PID")
+                    if (not mapped_only or w.get_attributes().map_state == X.IsViewable) \
+                            and title in (None, normalize(name)) and pid in (None, owner and owner[0]):
+                        found.append((w.id, name))
         return found
 
     def close_window(self, wid):
@@ -341,45 +243,30 @@ class Desktop:
         from Xlib.protocol import event
         with self.x() as d:
             window = d.create_resource_object("window", wid)
-            protocols = d.intern_atom("WM_PROTOCOLS")
-            delete = d.intern_atom("WM_DELETE_WINDOW")
-            supported = window.get_wm_protocols() or []
-            if delete not in supported:
-                raise AssertionError(f"window {wid:#x} does not take WM_DELETE_WINDOW")
-            message = event.ClientMessage(window=window, client_type=protocols,
-                                          data=(32, [delete, X.CurrentTime, 0, 0, 0]))
-            window.send_event(message, event_mask=X.NoEventMask)
+            data = (32, [d.intern_atom("WM_DELETE_WINDOW"), X.CurrentTime, 0, 0, 0])
+            window.send_event(event.ClientMessage(window=window, client_type=d.intern_atom("WM_PROTOCOLS"),
+                                                  data=data), event_mask=X.NoEventMask)
             d.sync()
 
-    def tray_icons(self, pid=None):
-        """Root-relative (x, y, w, h, window id) of icons docked in trayer."""
+    def tray_icons(self, pid):
+        """Root-relative (x, y, w, h) of pid's icons docked in trayer."""
         from Xlib import X
         icons = []
         with self.x() as d:
-            xembed, wm_pid = d.intern_atom("_XEMBED_INFO"), d.intern_atom("_NET_WM_PID")
             root = d.screen().root
 
-            def visit(w, inside_tray):
-                try:
-                    attrs = w.get_attributes()
-                    owner = w.get_full_property(wm_pid, X.AnyPropertyType)
-                    owner = int(owner.value[0]) if owner else None
-                    if not inside_tray:
-                        inside_tray = owner == self.tray.pid
-                    elif (attrs.map_state == X.IsViewable
-                          and w.get_full_property(xembed, X.AnyPropertyType)
-                          and (pid is None or owner in (None, pid))):
-                        geo = w.get_geometry()
-                        pos = w.translate_coords(root, 0, 0)
-                        icons.append((-pos.x, -pos.y, geo.width, geo.height, w.id))
-                        return
-                    for child in w.query_tree().children:
-                        visit(child, inside_tray)
-                except Exception:
-                    pass
-
-            for top in root.query_tree().children:
-                visit(top, False)
+            def visit(w):
+                for c in w.query_tree().children:
+                    with contextlib.suppress(Exception):
+                        owner = _prop(d, c, "_NET_WM_PID")
+                        if not (_prop(d, c, "_XEMBED_INFO") and c.get_attributes().map_state == X.IsViewable
+                                and (owner is None or owner[0] == pid)):
+                            visit(c)
+                            continue
+                        geo, pos = c.get_geometry(), c.translate_coords(root, 0, 0)
+                        icons.append((-pos.x, -pos.y, geo.width, geo.height))
+            for wid, _ in self.top_level_windows(pid=self.tray.pid):
+                visit(d.create_resource_object("window", wid))
         return icons
 
     def xdotool(self, *args):
@@ -389,11 +276,6 @@ class Desktop:
     def click(self, x, y, button=1):
         self.xdotool("mousemove", x, y)
         self.xdotool("click", button)
-
-    def click_tray_icon(self, pid=None, timeout=15):
-        icons = wait_until(lambda: self.tray_icons(pid), timeout, "a tray icon")
-        x, y, w, h, _ = icons[0]
-        self.click(x + w // 2, y + h // 2)
 
     def screenshot(self, step):
         self._shots += 1
@@ -405,29 +287,25 @@ class Desktop:
 
     # -- D-Bus ------------------------------------------------------------
 
-    def notifications(self, method="Notify"):
+    def notifications(self):
         with open(self.notifications_log, encoding="utf-8") as f:
-            calls = [json.loads(line) for line in f if line.strip()]
-        return [c for c in calls if method is None or c["method"] == method]
+            return [json.loads(line) for line in f]
 
     def click_notification(self, nid, action="default"):
         """Plays the user clicking a notification the fake server is showing."""
         import dbus
         with self.session_bus() as bus:
             server = bus.get_object("org.freedesktop.Notifications", "/org/freedesktop/Notifications")
-            dbus.Interface(server, "org.freedesktop.Notifications.TestControl").InvokeAction(
-                dbus.UInt32(nid), action)
+            server.InvokeAction(dbus.UInt32(nid), action,
+                                dbus_interface="org.freedesktop.Notifications.TestControl")
 
     def session_bus(self):
         return bus_at(self.env["DBUS_SESSION_BUS_ADDRESS"])
 
-    # -- AT-SPI -----------------------------------------------------------
-
     def atspi(self, **request):
         env = dict(self.base_env(), AT_SPI_BUS_ADDRESS=self.a11y_address)
-        result = subprocess.run([PYTHON, os.path.abspath(__file__), "--atspi",
-                                 json.dumps(request)], env=env,
-                                capture_output=True, text=True, timeout=120)
+        result = subprocess.run([PYTHON, os.path.abspath(__file__), "--atspi", json.dumps(request)],
+                                env=env, capture_output=True, text=True, timeout=120)
         if result.returncode != 0:
             raise RuntimeError(f"AT-SPI query {request} failed:\n{result.stderr}")
         return json.loads(result.stdout)
@@ -447,95 +325,70 @@ class App:
         if not os.access(self.binary, os.X_OK):
             raise FileNotFoundError(f"no program at {self.binary} (set FIKRANEST_BIN)")
         self.home = tempfile.mkdtemp(prefix="fikranest-home-")
-        self.data_home = os.path.join(self.home, "data")
-        self.config_home = os.path.join(self.home, "config")
-        self.cache_home = os.path.join(self.home, "cache")
-        for d in (self.data_home, self.config_home, self.cache_home):
+        self.data_home, self.config_home, cache = (os.path.join(self.home, d) for d in ("data", "config", "cache"))
+        for d in (self.data_home, self.config_home, cache):
             os.mkdir(d, 0o700)
-        self.env = desktop.base_env()
         self.clock_offset_file = os.path.join(self.home, "clock-offset")
-        self.env.update(HOME=self.home, XDG_DATA_HOME=self.data_home,
-                        XDG_CONFIG_HOME=self.config_home, XDG_CACHE_HOME=self.cache_home,
+        self.env = dict(desktop.base_env(), HOME=self.home, XDG_DATA_HOME=self.data_home,
+                        XDG_CONFIG_HOME=self.config_home, XDG_CACHE_HOME=cache,
                         FIKRANEST_CLOCK_OFFSET_FILE=self.clock_offset_file,
                         QT_QPA_PLATFORM="xcb", QT_QUICK_BACKEND="software",
                         QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
+        self.settings_path = os.path.join(self.config_home, "Fikranest", "Fikranest.conf")
+        self.database_path = os.path.join(self.data_home, "Fikranest", "Fikranest.sqlite")
+        self.reminders_path = os.path.join(self.data_home, "Fikranest", "reminders.json")
         self.proc = None
-        self._runs = 0
         self._logs = []
-
-    @property
-    def settings_path(self):
-        return os.path.join(self.config_home, "Fikranest", "Fikranest.conf")
-
-    @property
-    def database_path(self):
-        return os.path.join(self.data_home, "Fikranest", "Fikranest.sqlite")
 
     def write_settings(self, text):
         os.makedirs(os.path.dirname(self.settings_path), exist_ok=True)
         with open(self.settings_path, "w", encoding="utf-8") as f:
             f.write(text)
 
-    @property
-    def reminders_path(self):
-        return os.path.join(self.data_home, "Fikranest", "reminders.json")
-
     def pending_reminders(self):
         """What the program keeps waiting to be shown (its own file, read as is)."""
         if not os.path.exists(self.reminders_path):
             return []
         with open(self.reminders_path, encoding="utf-8") as f:
-            data = json.load(f)
-        return data["requests"] if isinstance(data, dict) else data
+            return json.load(f)
 
     def move_clock(self, seconds):
         """Moves the program's clock (test builds only) as a changed system clock would."""
-        tmp = self.clock_offset_file + ".tmp"
-        with open(tmp, "w") as f:
+        with open(self.clock_offset_file + ".tmp", "w") as f:
             f.write(str(int(seconds * 1000)))
-        os.replace(tmp, self.clock_offset_file)
+        os.replace(self.clock_offset_file + ".tmp", self.clock_offset_file)
 
-    def _log_files(self):
-        self._runs += 1
-        base = os.path.join(self.desktop.artifacts, f"fikranest-{self._runs}")
-        out, err = open(base + ".stdout", "wb"), open(base + ".stderr", "wb")
+    def _launch(self, launch, args, **kwargs):
+        base = os.path.join(self.desktop.artifacts, f"fikranest-{len(self._logs) + 1}")
         self._logs.append(base)
-        return out, err
+        with open(base + ".stdout", "wb") as out, open(base + ".stderr", "wb") as err:
+            return launch([self.binary, *args], env=self.env, stdin=subprocess.DEVNULL,
+                          stdout=out, stderr=err, **kwargs)
 
     def start(self, *args):
-        out, err = self._log_files()
-        with out, err:
-            self.proc = subprocess.Popen([self.binary, *args], env=self.env,
-                                         stdin=subprocess.DEVNULL, stdout=out, stderr=err)
+        self.proc = self._launch(subprocess.Popen, args)
         return self.proc
 
     def run_again(self, *args, timeout=30):
         """A second launch with the same environment; returns its exit status."""
-        out, err = self._log_files()
         try:
-            with out, err:
-                return subprocess.run([self.binary, *args], env=self.env, stdin=subprocess.DEVNULL,
-                                      stdout=out, stderr=err, timeout=timeout).returncode
+            return self._launch(subprocess.run, args, timeout=timeout).returncode
         except subprocess.TimeoutExpired:
-            raise AssertionError(f"second launch still running after {timeout}s\n"
-                                 f"{self.output()}") from None
+            raise AssertionError(f"second launch still running after {timeout}s\n{self.output()}") from None
 
     def stop(self):
-        if self.proc is not None:
-            stop_process(self.proc)
-        for pid in self.processes():
-            stop_process(pid)
+        for proc in [self.proc, *self.processes()]:
+            if proc is not None:
+                stop_process(proc)
         shutil.rmtree(self.home, ignore_errors=True)
 
     def output(self):
         """All captured stdout/stderr, for failure messages."""
         parts = []
-        for base in self._logs:
-            for ext in (".stdout", ".stderr"):
-                with open(base + ext, errors="replace") as f:
-                    text = f.read().strip()
-                if text:
-                    parts.append(f"--- {os.path.basename(base)}{ext}\n{text[-4000:]}")
+        for path in (base + ext for base in self._logs for ext in (".stdout", ".stderr")):
+            with open(path, errors="replace") as f:
+                if text := f.read().strip():
+                    parts.append(f"--- {os.path.basename(path)}\n{text[-4000:]}")
         return "\n".join(parts) or "(no output)"
 
     @property
@@ -547,19 +400,8 @@ class App:
 
     def processes(self):
         """Pids of this program running on this desktop."""
-        marker = f"XDG_RUNTIME_DIR={self.desktop.runtime_dir}".encode()
-        pids = []
-        for entry in os.listdir("/proc"):
-            if not entry.isdigit():
-                continue
-            try:
-                exe = os.readlink(f"/proc/{entry}/exe")
-            except OSError:
-                continue
-            if exe == os.path.realpath(self.binary) and _alive(int(entry)) \
-                    and marker in _environ_of(int(entry)):
-                pids.append(int(entry))
-        return pids
+        exe = os.path.realpath(self.binary)
+        return self.desktop._pids_here(lambda pid: os.path.realpath(f"/proc/{pid}/exe") == exe)
 
     # -- AT-SPI -----------------------------------------------------------
 
@@ -574,43 +416,33 @@ class App:
         return json.dumps(self._query("tree"), ensure_ascii=False, indent=1)
 
     def frames(self, name=None, showing=None):
-        frames = self._query("frames")
-        return [f for f in frames
-                if (name is None or normalize(f["name"]) == name)
-                and (showing is None or ("showing" in f["states"]) == showing)]
+        return [f for f in self._query("frames") if name in (None, normalize(f["name"]))
+                and showing in (None, "showing" in f["states"])]
 
-    def _alive_and(self, predicate):
-        """A predicate for wait_until that gives up at once if the program died."""
+    def _wait(self, predicate, timeout, what):
+        """wait_until that gives up at once if the program died, and shows the screen and tree."""
         def check():
             if not self.running():
-                raise AssertionError(f"the program exited with status {self.proc.poll()}\n"
-                                     f"{self.output()}")
+                raise AssertionError(f"the program exited with status {self.proc.poll()}\n{self.output()}")
             return predicate()
-        return check
+        try:
+            return wait_until(check, timeout, what, 0.5)
+        except WaitTimeout as e:
+            self.desktop.screenshot(f"waited-for-{what}")
+            raise AssertionError(f"{e}\nAT-SPI tree:\n{self.tree()}\n{self.output()}") from None
 
     def wait_frame(self, name, timeout=20, showing=True):
-        try:
-            return wait_until(self._alive_and(lambda: self.frames(name, showing)), timeout,
-                              f'frame "{name}" (showing={showing})', 0.5)[0]
-        except WaitTimeout as e:
-            self.desktop.screenshot(f"no-frame-{name}")
-            raise AssertionError(f"{e}\nAT-SPI tree:\n{self.tree()}\n{self.output()}") from None
+        return self._wait(lambda: self.frames(name, showing), timeout, f'frame "{name}" (showing={showing})')[0]
 
     def find(self, name, role=None, frame=None):
         return self._query("find", name=name, role=role, frame=frame)
 
     def wait_find(self, name, role=None, frame=None, timeout=20):
-        try:
-            return wait_until(self._alive_and(lambda: self.find(name, role, frame)), timeout,
-                              f'"{name}" ({role or "any role"})', 0.5)
-        except WaitTimeout as e:
-            self.desktop.screenshot(f"not-found-{name}")
-            raise AssertionError(f"{e}\nAT-SPI tree:\n{self.tree()}\n{self.output()}") from None
+        return self._wait(lambda: self.find(name, role, frame), timeout, f'"{name}" ({role or "any role"})')
 
     def press(self, name, role="push button", frame=None, timeout=20):
         self.wait_find(name, role, frame, timeout)
-        done = self._query("press", name=name, role=role, frame=frame)
-        if not done:
+        if not (done := self._query("press", name=name, role=role, frame=frame)):
             raise AssertionError(f'"{name}" ({role}) has no press/click action')
         return done
 
@@ -619,9 +451,7 @@ class App:
         node = self.find(name, role, frame)
         if node is None:
             return None
-        if "editable" in node["states"]:
-            return node["text"]
-        return node["text"] or node["name"]
+        return node["text"] if "editable" in node["states"] else node["text"] or node["name"]
 
     def type_text(self, text, name=None, role="text", frame=None, attempts=5):
         """Types into a field and reads it back, retrying: xdotool drops Arabic letters."""
@@ -634,9 +464,8 @@ class App:
             self.desktop.xdotool("key", "--clearmodifiers", "ctrl+a", "BackSpace")
             self.desktop.xdotool("type", "--delay", "60", text)
             with contextlib.suppress(WaitTimeout):
-                wait_until(lambda: normalize(self.text(name, role, frame)) == normalize(text),
-                           3, "typed text", 0.3)
-                return
+                return wait_until(lambda: normalize(self.text(name, role, frame)) == normalize(text),
+                                  3, "typed text", 0.3)
         raise AssertionError(f'could not type "{text}"; field holds "{self.text(name, role, frame)}"')
 
     # -- X ----------------------------------------------------------------
@@ -645,13 +474,13 @@ class App:
         return [w for w, _ in self.desktop.top_level_windows(title, self.pid, mapped_only)]
 
     def close_window(self, title):
-        wid = wait_until(lambda: self.windows(title, mapped_only=True), 20,
-                         f'a mapped window "{title}"')[0]
+        wid = wait_until(lambda: self.windows(title, mapped_only=True), 20, f'a mapped window "{title}"')[0]
         self.desktop.close_window(wid)
         return wid
 
     def click_tray_icon(self, timeout=15):
-        self.desktop.click_tray_icon(self.pid, timeout)
+        x, y, w, h = wait_until(lambda: self.desktop.tray_icons(self.pid), timeout, "a tray icon")[0]
+        self.desktop.click(x + w // 2, y + h // 2)
 
     def tray_icon_present(self):
         return bool(self.desktop.tray_icons(self.pid))
@@ -660,88 +489,65 @@ class App:
 # -- the AT-SPI side, run in a child process ------------------------------
 
 def _node(acc, with_children=False, depth=0):
-    try:
-        text = acc.queryText().getText(0, -1)
-    except NotImplementedError:
-        text = None
-    try:
+    node = {"name": acc.name, "role": acc.getRoleName(), "text": None, "path": acc.path, "extents": None,
+            "states": sorted(s.value_nick for s in acc.getState().getStates()), "actions": []}
+    with contextlib.suppress(NotImplementedError):
+        node["text"] = acc.queryText().getText(0, -1)
+    with contextlib.suppress(NotImplementedError):
         action = acc.queryAction()
-        actions = [action.getName(i) for i in range(action.nActions)]
-    except NotImplementedError:
-        actions = []
-    try:
+        node["actions"] = [action.getName(i) for i in range(action.nActions)]
+    with contextlib.suppress(NotImplementedError):
         box = acc.queryComponent().getExtents(0)
-        extents = [box.x, box.y, box.width, box.height]
-    except NotImplementedError:
-        extents = None
-    node = {"name": acc.name, "role": acc.getRoleName(), "text": text, "path": acc.path,
-            "extents": extents,
-            "states": sorted(s.value_nick for s in acc.getState().getStates()),
-            "actions": actions}
+        node["extents"] = [box.x, box.y, box.width, box.height]
     if with_children and depth < 40:
         node["children"] = [_node(c, True, depth + 1) for c in acc if c is not None]
     return node
 
 
-def _descendants(acc, depth=0):
-    if depth > 40:
-        return
-    for child in acc:
-        if child is None:
-            continue
-        yield child
-        yield from _descendants(child, depth + 1)
+def _walk(acc, depth=0):
+    yield acc
+    if depth < 40:
+        for child in (c for c in acc if c is not None):
+            yield from _walk(child, depth + 1)
 
 
-def _matches(tops, name, role):
-    """(top-level, accessible) pairs with this name and role, depth first."""
-    for top in tops:
-        for acc in [top, *_descendants(top)]:
-            if (name is None or normalize(acc.name) == name) and \
-                    (not role or acc.getRoleName() == role):
-                yield top, acc
+def _pid_of(acc):
+    try:
+        return acc.get_process_id()
+    except Exception:  # applications that have gone away
+        return None
 
 
 def _atspi_main(request):
     import pyatspi
-    desktop = pyatspi.Registry.getDesktop(0)
-    app = None
-    for candidate in desktop:
-        try:
-            if candidate is not None and candidate.get_process_id() == request["pid"]:
-                app = candidate
-                break
-        except Exception:  # applications that have gone away
-            continue
-    op = request["op"]
+    op, name, role, frame = (request.get(k) for k in ("op", "name", "role", "frame"))
+    app = next((a for a in pyatspi.Registry.getDesktop(0) if a is not None and _pid_of(a) == request["pid"]), None)
     if op == "app":
         return app is not None
     if app is None:
         return [] if op == "frames" else None
-    tops = [c for c in app if c is not None]
     if op == "tree":
         return _node(app, with_children=True)
+    tops = [c for c in app if c is not None]
     if op == "frames":
         return [_node(c) for c in tops]
-
-    scope = [c for c in tops if not request.get("frame") or normalize(c.name) == request["frame"]]
-    # What is on screen first, as a person would pick: a hidden twin may share the name.
-    matches = list(_matches(scope, request.get("name"), request.get("role")))
-    found = next((m for m in matches if m[1].getState().contains(pyatspi.STATE_SHOWING)),
-                 matches[0] if matches else None)
-    if found is None:
+    found = [(top, acc) for top in tops if not frame or normalize(top.name) == frame for acc in _walk(top)
+             if name in (None, normalize(acc.name)) and (not role or acc.getRoleName() == role)]
+    # What a person would reach: later items are drawn on top (a sheet over the page under it),
+    # so the last one showing; failing that, the first in tree order.
+    showing = [m for m in found if m[1].getState().contains(pyatspi.STATE_SHOWING)]
+    if not found:
         return None
-    top, target = found
+    top, target = showing[-1] if showing else found[0]
     if op == "find":
         return dict(_node(target), frame=top.name)
     if op == "press":
         action = target.queryAction()
-        names = [action.getName(i) for i in range(action.nActions)]
+        names = [action.getName(i).lower() for i in range(action.nActions)]
         for wanted in ("press", "click", "activate"):
-            for i, name in enumerate(names):
-                if name.lower() == wanted:
-                    action.doAction(i)
-                    return name
+            if wanted in names:
+                action.doAction(names.index(wanted))
+                return wanted
         return None
     if op == "focus":
         return bool(target.queryComponent().grabFocus())
@@ -749,7 +555,6 @@ def _atspi_main(request):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) == 3 and sys.argv[1] == "--atspi":
-        print(json.dumps(_atspi_main(json.loads(sys.argv[2])), ensure_ascii=False))
-    else:
+    if len(sys.argv) != 3 or sys.argv[1] != "--atspi":
         sys.exit("usage: harness.py --atspi JSON")
+    print(json.dumps(_atspi_main(json.loads(sys.argv[2])), ensure_ascii=False))
