@@ -17,14 +17,6 @@ class TestReminderNotifications : public QObject
     Q_OBJECT
 
 private slots:
-    void tenLinesInTheirOrder()
-    {
-        const QStringList &lines = ReminderNotifications::funnyLines();
-        QCOMPARE(lines.size(), 10);
-        QCOMPARE(lines.first(), QStringLiteral("تنبيه عاجل!! يوجد لديك فكرة تصيح بالزاوية تقول وينكم عني 😱"));
-        QCOMPARE(lines.last(), QStringLiteral("هذي فكرتك وهي زعلانة منك 😤💡"));
-    }
-
     void theRequestIsForTheReminderMinuteInTheLocalZone_data()
     {
         QTest::addColumn<QByteArray>("zone");
@@ -52,7 +44,7 @@ private slots:
         ReminderNotifications::scheduleNotification(idea, center, [] { return 0xB3333334u; }, QTimeZone(zone));
 
         QCOMPARE(center.requests, (QList<NotificationRequest>{{idea.id.toString(QUuid::WithoutBraces).toUpper(),
-                                                               "الفكرون 🗑️", ReminderNotifications::funnyLines().at(7),
+                                                               "الفكرون 🗑️", "لو الفكرة تقدر تمشي كان جتك بنفسها 🚶",
                                                                "default", trigger}}));
     }
 
@@ -71,20 +63,18 @@ private slots:
         QCOMPARE(center.requests.first().identifier, kept.idText());
     }
 
-    void everyLineComesUpAboutEquallyOften()
+    // How evenly the system's words spread is SecureRandom's; here they must reach every line.
+    void theSystemDrawReachesEveryLine()
     {
-        constexpr int draws = 50'000;
         const Idea idea = ideaRemindedAt(QDateTime::currentDateTimeUtc());
         FakeNotificationCenter center;
-        QHash<QString, int> counts;
-        for (int i = 0; i < draws; ++i) {
+        QSet<QString> seen;
+        // Missing one of ten in 400 fair draws: below 1 in 10^17.
+        for (int i = 0; i < 400; ++i) {
             ReminderNotifications::scheduleNotification(idea, center);
-            ++counts[center.requests.first().body];
+            seen.insert(center.requests.first().body);
         }
-        QCOMPARE(counts.size(), 10);
-        // About 67 draws of spread each way; 450 is more than six of them.
-        for (const QString &line : ReminderNotifications::funnyLines())
-            QVERIFY2(qAbs(counts.value(line) - draws / 10) < 450, qPrintable(line));
+        QCOMPARE(seen.size(), 10);
     }
 };
 

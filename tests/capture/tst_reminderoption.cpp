@@ -21,15 +21,13 @@ class TestReminderOption : public QObject
     Q_OBJECT
 
 private slots:
-    void labelsAreTheIdentity()
+    // The chips' texts, in the order the sheet shows them.
+    void labelsInTheirOrder()
     {
         QStringList labels;
-        for (const ReminderOption option : ReminderOption::allCases()) {
+        for (const ReminderOption option : ReminderOption::allCases())
             labels << option.rawValue();
-            QCOMPARE(ReminderOption::fromRawValue(option.rawValue()), option);
-        }
         QCOMPARE(labels, (QStringList{"بكرة الصباح ☀️", "بكرة المساء 🌙", "بعد 3 أيام 📅", "بعد أسبوع 🗓️", "بعدين 🎲"}));
-        QCOMPARE(ReminderOption::fromRawValue("بعدين"), std::nullopt);
     }
 
     void dates_data()
