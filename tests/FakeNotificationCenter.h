@@ -7,7 +7,6 @@ class FakeNotificationCenter : public NotificationCenter
 {
 public:
     QList<NotificationRequest> requests;
-    bool authorised = true;
 
     void add(const NotificationRequest &request) override
     {
@@ -18,6 +17,6 @@ public:
     {
         requests.removeIf([&](const NotificationRequest &r) { return identifiers.contains(r.identifier); });
     }
-    void requestAuthorization(std::function<void(bool)> completion) override { completion(authorised); }
+    void requestAuthorization(std::function<void(bool)> completion) override { completion(true); }
     QList<NotificationRequest> pendingRequests() const override { return requests; }
 };

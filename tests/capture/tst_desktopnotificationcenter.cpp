@@ -1,3 +1,4 @@
+#include "ClockChangeWatcher.h"
 #include "DesktopNotificationCenter.h"
 
 #include <QDBusContext>
@@ -5,6 +6,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QSaveFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -24,10 +26,11 @@ static NotificationRequest request(const QString &identifier, const Notification
     return {identifier, "الفكرون 🗑️", "هذي الفكرة ما نامت من يومها وهي تنتظرك 🥺", "default", trigger};
 }
 
+// By rename, as the acceptance harness writes the clock offset.
 static bool write(const QString &path, const QByteArray &content)
 {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
 }
 
 // Stands in for the desktop's notification server: records the arguments of what it
@@ -325,6 +328,27 @@ private slots:
         QTRY_COMPARE(activated.size(), 3);
         QCOMPARE(activated, (QList<QVariantList>{{"A"}, {"B"}, {"C"}}));
     }
+
+#ifdef FIKRANEST_TEST_HOOKS
+    // Setting the real clock needs privileges a test must not use; the test builds'
+    // clock offset file goes through the same signal.
+    void movingTheTestClockCountsAsSettingTheClock()
+    {
+        QTemporaryDir folder;
+        const QString offset = folder.filePath(QStringLiteral("clock-offset"));
+        qputenv("FIKRANEST_CLOCK_OFFSET_FILE", offset.toUtf8());
+        ClockChangeWatcher watcher;
+        QSignalSpy changed(&watcher, &ClockChangeWatcher::changed);
+
+        // Created after the watcher started, then replaced, as the acceptance tests move it.
+        for (const QByteArray offsetMs : {"3600000", "7200000"}) {
+            changed.clear();
+            QVERIFY(write(offset, offsetMs));
+            QTRY_VERIFY(changed.size() > 0);
+        }
+        qunsetenv("FIKRANEST_CLOCK_OFFSET_FILE");
+    }
+#endif
 };
 
 QTEST_GUILESS_MAIN(TestDesktopNotificationCenter)
