@@ -69,14 +69,10 @@ private slots:
 
     void cleanup() { app.reset(); }
 
-    void theLookIsLightAndRightToLeft()
+    void theLookStaysLightUnderADarkTheme()
     {
-        const QPalette palette = QGuiApplication::palette();
-        QVERIFY(palette.color(QPalette::Window).lightness() > 200);
-        QVERIFY(palette.color(QPalette::WindowText).lightness() < 80);
-        QVERIFY(palette.color(QPalette::Base).lightness() > 200);
+        QVERIFY(QGuiApplication::palette().color(QPalette::Window).lightness() > 200);
         QCOMPARE(QGuiApplication::layoutDirection(), Qt::RightToLeft);
-        QCOMPARE(QGuiApplication::font().families(), QStringList({"Noto Sans Arabic", "Noto Sans", "Noto Color Emoji"}));
     }
 
     void thereIsOnlyEverOneMainWindow()

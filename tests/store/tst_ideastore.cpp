@@ -8,7 +8,6 @@
 
 #include <sqlite3.h>
 
-#include <sys/stat.h>
 
 namespace {
 
@@ -38,11 +37,6 @@ struct RawDb
         }
         sqlite3_finalize(statement);
         return result;
-    }
-    QString value(const char *sql) const
-    {
-        const auto all = rows(sql);
-        return all.isEmpty() ? QString() : all.first().first();
     }
     void exec(const char *sql) const { QCOMPARE(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK); }
     sqlite3 *db = nullptr;
@@ -109,28 +103,6 @@ private slots:
     }
 
     void cleanup() { store.reset(); }
-
-    void newStoreIsPrivateWalAndVersioned()
-    {
-        QCOMPARE(IdeaStore::defaultPath(), path);
-        struct stat info {};
-        QCOMPARE(::stat(QFile::encodeName(QFileInfo(path).absolutePath()), &info), 0);
-        QCOMPARE(info.st_mode & 0777, 0700u);
-        QCOMPARE(::stat(QFile::encodeName(path), &info), 0);
-        QCOMPARE(info.st_mode & 0777, 0600u);
-
-        const RawDb raw(path);
-        QCOMPARE(raw.value("PRAGMA journal_mode"), "wal");
-        QCOMPARE(raw.value("PRAGMA user_version"), "10000");
-        QCOMPARE(raw.value("SELECT group_concat(name) FROM sqlite_master WHERE type = 'table'"), "Idea");
-        QStringList columns;
-        for (const QStringList &row : raw.rows("PRAGMA table_info(Idea)"))
-            columns << row.at(1) + ":" + row.at(2);
-        QCOMPARE(columns, QStringList({"id:TEXT", "title:TEXT", "body:TEXT", "category:TEXT", "status:TEXT",
-                                       "hasReminder:INTEGER", "reminderDate:INTEGER", "isVoiceNote:INTEGER",
-                                       "createdAt:INTEGER", "updatedAt:INTEGER"}));
-        QCOMPARE(raw.value("SELECT count(*) FROM sqlite_master WHERE type = 'index'"), "0");
-    }
 
     void fieldsAreStoredInTheirDocumentedForm()
     {
