@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls
-import QtQuick.Layouts
 import Fikranest
 
 // One idea as a row of the list. Its actions live in a context menu: right click,
@@ -44,79 +43,100 @@ FocusScope {
         }
     }
 
+    // Plain texts and anchors rather than controls and layouts: a list builds many of these.
     Rectangle {
         id: box
 
         anchors.fill: parent
-        implicitHeight: content.implicitHeight + 28
+        implicitHeight: Math.max(texts.implicitHeight, chip.height) + 28
         radius: 14
         color: "white"
         border.width: card.activeFocus ? 2 : 0
         border.color: AppPalette.blue600
 
-        RowLayout {
-            id: content
+        // Anchors, not positioners: a positioner's size settles a frame late, after the
+        // list has placed the card.
+        Item {
+            id: texts
 
-            anchors.fill: parent
-            anchors.margins: 14
-            spacing: 8
+            anchors.left: parent.left
+            anchors.right: bell.visible ? bell.left : chip.left
+            anchors.leftMargin: 14
+            anchors.rightMargin: 8
+            anchors.verticalCenter: parent.verticalCenter
+            implicitHeight: titleText.implicitHeight + 4 + createdText.implicitHeight
 
-            ColumnLayout {
-                Layout.fillWidth: true
-                spacing: 4
+            Text {
+                id: titleText
 
-                Label {
-                    Layout.fillWidth: true
-                    text: card.title
-                    font.pixelSize: 16
-                    font.strikeout: card.isDone
-                    color: card.isDone ? "#6B7280" : palette.windowText
-                    elide: Text.ElideRight
-                    maximumLineCount: 1
-                    horizontalAlignment: Text.AlignLeft
-                }
-                Label {
-                    id: createdText
-
-                    text: DateTexts.relativeText(card.createdAt, DateTexts.now)
-                    font.pixelSize: 12
-                    color: "#9CA3AF"
-                }
+                width: parent.width
+                text: card.title
+                font.pixelSize: 16
+                font.strikeout: card.isDone
+                color: card.isDone ? "#6B7280" : "#1F2937"
+                elide: Text.ElideRight
+                maximumLineCount: 1
+                horizontalAlignment: Text.AlignLeft
             }
+            Text {
+                id: createdText
 
-            SymbolIcon {
-                visible: card.hasReminder
-                name: "bell.fill"
-                size: 11
-                color: "orange"
+                anchors.top: titleText.bottom
+                anchors.topMargin: 4
+                width: parent.width
+                horizontalAlignment: Text.AlignLeft
+                text: DateTexts.relativeText(card.createdAt, DateTexts.now)
+                font.pixelSize: 12
+                color: "#9CA3AF"
+                Accessible.name: text
             }
+        }
 
-            Label {
+        SymbolIcon {
+            id: bell
+
+            anchors.right: chip.left
+            anchors.rightMargin: 8
+            anchors.verticalCenter: parent.verticalCenter
+            visible: card.hasReminder
+            name: "bell.fill"
+            size: 11
+            color: "orange"
+        }
+        Rectangle {
+            id: chip
+
+            readonly property color tint: AppPalette.categoryColor(card.category)
+
+            anchors.right: parent.right
+            anchors.rightMargin: 14
+            anchors.verticalCenter: parent.verticalCenter
+            width: chipText.implicitWidth + 16
+            height: chipText.implicitHeight + 4
+            radius: 6
+            color: Qt.rgba(tint.r, tint.g, tint.b, 0.1)
+            Text {
+                id: chipText
+
+                anchors.centerIn: parent
                 text: card.category
                 font.pixelSize: 12
-                leftPadding: 8
-                rightPadding: 8
-                topPadding: 2
-                bottomPadding: 2
-                background: Rectangle {
-                    radius: 6
-                    readonly property color tint: AppPalette.categoryColor(card.category)
-                    color: Qt.rgba(tint.r, tint.g, tint.b, 0.1)
-                }
+                color: "#1F2937"
             }
         }
     }
 
-    TapHandler {
-        acceptedButtons: Qt.LeftButton
-        onTapped: {
-            card.forceActiveFocus()
-            card.openRequested()
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        onClicked: mouse => {
+            if (mouse.button === Qt.RightButton) {
+                card.openMenu(mouse.x, mouse.y)
+            } else {
+                card.forceActiveFocus()
+                card.openRequested()
+            }
         }
-    }
-    TapHandler {
-        acceptedButtons: Qt.RightButton
-        onTapped: eventPoint => card.openMenu(eventPoint.position.x, eventPoint.position.y)
     }
 
     Loader {

@@ -215,20 +215,27 @@ StackView {
                             text: "✅ المنجز (" + row.model.doneCount + ")"
                             Accessible.name: text
                             onClicked: listState.showDoneSection = !listState.showDoneSection
-                            contentItem: RowLayout {
-                                spacing: 6
+                            // Anchored rather than laid out, so its height is known before
+                            // the list places it.
+                            contentItem: Item {
+                                implicitHeight: doneLabel.implicitHeight
                                 Label {
+                                    id: doneLabel
+
+                                    anchors.left: parent.left
                                     text: doneButton.text
                                     font.pixelSize: 15
                                     font.weight: Font.Medium
                                     color: stack.secondaryText
                                 }
                                 SymbolIcon {
+                                    anchors.left: doneLabel.right
+                                    anchors.leftMargin: 6
+                                    anchors.verticalCenter: doneLabel.verticalCenter
                                     name: listState.showDoneSection ? "chevron.down" : "chevron.left"
                                     size: 12
                                     color: stack.secondaryText
                                 }
-                                Item { Layout.fillWidth: true }
                             }
                             background: null
                         }

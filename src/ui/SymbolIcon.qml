@@ -9,9 +9,7 @@ Text {
     property string name
     property real size: 16
 
-    // Between two marks the glyph reads left to right, so the font never swaps in its
-    // own mirrored shape.
-    text: "\u200E" + Symbols.glyph(name) + "\u200E"
+    text: Symbols.glyph(name)
     font.family: Symbols.fontFamily
     font.pixelSize: size
     Accessible.ignored: true
