@@ -6,17 +6,9 @@
 #include "ReminderNotifications.h"
 #include "Vocabulary.h"
 
-#include <QJSEngine>
-
 IdeaActions::IdeaActions(IdeaStore *store, NotificationCenter *notifications, QObject *parent)
     : QObject(parent), m_store(store), m_notifications(notifications)
 {
-}
-
-IdeaActions *IdeaActions::create(QQmlEngine *, QJSEngine *)
-{
-    // The engine owns and deletes this one.
-    return new IdeaActions(IdeaStore::shared(), NotificationCenter::shared());
 }
 
 IdeaStore::Write IdeaActions::setStatus(Idea &idea, const QString &status)

@@ -4,20 +4,14 @@
 
 #include <QObject>
 #include <QPointer>
-#include <QtQml/qqmlregistration.h>
 
 class NotificationCenter;
-class QJSEngine;
-class QQmlEngine;
 
 // What a person can do to a stored idea from the list and the detail view: complete,
 // reopen, delete. Every surface goes through here, so the rules hold everywhere.
-// Each call answers "" when done, or the short Arabic text to show instead.
 class IdeaActions : public QObject
 {
     Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
 
 public:
     IdeaActions(IdeaStore *store, NotificationCenter *notifications, QObject *parent = nullptr);
@@ -29,12 +23,11 @@ public:
     // the reminder is put back: nothing is lost.
     IdeaStore::Write remove(const Idea &idea);
 
-    // QML addresses a record by its row and its id text together.
-    Q_INVOKABLE QString markDone(qint64 recordId, const QString &id);
-    Q_INVOKABLE QString returnToActive(qint64 recordId, const QString &id);
-    Q_INVOKABLE QString remove(qint64 recordId, const QString &id);
-
-    static IdeaActions *create(QQmlEngine *, QJSEngine *);
+    // The same, for a record a screen knows by its row and its id text together; each
+    // answers "" when done, or the short Arabic text to show instead.
+    QString markDone(qint64 recordId, const QString &id);
+    QString returnToActive(qint64 recordId, const QString &id);
+    QString remove(qint64 recordId, const QString &id);
 
 private:
     QString setStatusOf(qint64 recordId, const QString &id, const QString &status);
