@@ -83,6 +83,15 @@ StackView {
                 id: list
 
                 objectName: "ideasList"
+
+                // Scrolls a card that took the keyboard focus into sight, clear of the add button.
+                function reveal(item) {
+                    if (item.y < contentY)
+                        contentY = item.y - spacing
+                    else if (item.y + item.height > contentY + height - bottomMargin)
+                        contentY = item.y + item.height - height + bottomMargin
+                }
+
                 anchors.top: toolbar.bottom
                 anchors.left: parent.left
                 anchors.right: parent.right
@@ -173,7 +182,6 @@ StackView {
                     id: row
 
                     required property var model
-                    required property int index
 
                     width: ListView.view.width
                     implicitHeight: loader.implicitHeight
@@ -198,7 +206,7 @@ StackView {
                             onMarkDoneRequested: listState.markDone(row.model.recordId, row.model.ideaId)
                             onReturnRequested: listState.returnToActive(row.model.recordId, row.model.ideaId)
                             onDeleteRequested: listState.remove(row.model.recordId, row.model.ideaId)
-                            onActiveFocusChanged: if (activeFocus) list.positionViewAtIndex(row.index, ListView.Contain)
+                            onActiveFocusChanged: if (activeFocus) list.reveal(row)
                             Keys.onDownPressed: nextItemInFocusChain(true).forceActiveFocus()
                             Keys.onUpPressed: nextItemInFocusChain(false).forceActiveFocus()
                         }
