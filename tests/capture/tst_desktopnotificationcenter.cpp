@@ -138,6 +138,9 @@ private slots:
 
     void cleanup()
     {
+        // Released by a call the bus answers, not by the disconnect it learns of later:
+        // the next test's server must find the name free.
+        m_serverBus->unregisterService(service);
         QDBusConnection::disconnectFromBus("center");
         QDBusConnection::disconnectFromBus("server");
     }
