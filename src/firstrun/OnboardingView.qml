@@ -7,8 +7,6 @@ import Fikranest
 Item {
     id: view
 
-    property alias model: onboarding
-
     objectName: "onboardingView"
     clip: true
 
