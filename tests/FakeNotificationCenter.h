@@ -7,6 +7,7 @@ class FakeNotificationCenter : public NotificationCenter
 {
 public:
     QList<NotificationRequest> requests;
+    bool grants = true;
 
     void add(const NotificationRequest &request) override
     {
@@ -17,6 +18,6 @@ public:
     {
         requests.removeIf([&](const NotificationRequest &r) { return identifiers.contains(r.identifier); });
     }
-    void requestAuthorization(std::function<void(bool)> completion) override { completion(true); }
+    void requestAuthorization(std::function<void(bool)> completion) override { completion(grants); }
     QList<NotificationRequest> pendingRequests() const override { return requests; }
 };

@@ -1,6 +1,8 @@
 #include "AppSettings.h"
 #include "AppVersion.h"
 #include "ContentState.h"
+#include "FakeNotificationCenter.h"
+#include "OnboardingModel.h"
 #include "TestFolders.h"
 
 #include <QCoreApplication>
@@ -79,6 +81,49 @@ private slots:
         const QSettings file(folders.path() + "/config/Fikranest/Fikranest.conf", QSettings::IniFormat);
         QCOMPARE(file.value("hasCompletedOnboarding").toBool(), true);
         QCOMPARE(file.value("userName").toString(), "نورة");
+    }
+
+    void onboardingStoresTheTrimmedNameAndReachesTheEndWhateverTheAnswer_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<bool>("granted");
+        QTest::newRow("spaces and tabs go, allowed") << " \tأحمد\u00A0\t " << "أحمد" << true;
+        QTest::newRow("a pasted line break stays, refused") << " سارة\n" << "سارة\n" << false;
+    }
+
+    void onboardingStoresTheTrimmedNameAndReachesTheEndWhateverTheAnswer()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, stored);
+        QFETCH(bool, granted);
+        AppSettings &settings = AppSettings::instance();
+        resetSettings(false, "1.1");
+        settings.setUserName("");
+        FakeNotificationCenter notifications;
+        notifications.grants = granted;
+        OnboardingModel model(&settings, &notifications);
+
+        model.setNameInput(" \t ");
+        QVERIFY(!model.canStart());
+        model.start();
+        QCOMPARE(model.step(), 0);
+        QCOMPARE(settings.userName(), "");
+
+        model.setNameInput(typed);
+        QVERIFY(model.canStart());
+        model.start();
+        QCOMPARE(settings.userName(), stored);
+        model.continueToNotifications();
+        QCOMPARE(model.step(), 2);
+        model.enableNotifications();
+        QCOMPARE(model.step(), 3);
+        QCOMPARE(model.notificationsGranted(), granted);
+        QCOMPARE(model.readyTitle(), "جاهز يا " + stored + "!");
+
+        model.finish();
+        QVERIFY(settings.hasCompletedOnboarding());
+        QCOMPARE(settings.userName(), stored);
     }
 };
 
