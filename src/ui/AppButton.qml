@@ -3,5 +3,5 @@ import QtQuick.Controls
 
 // Every button of the program: pressable through the accessibility bus too.
 Button {
-    Accessible.onPressAction: clicked()
+    Accessible.onPressAction: if (enabled) clicked()
 }
