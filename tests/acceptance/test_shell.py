@@ -95,21 +95,17 @@ class ShellTest(unittest.TestCase):
     def test_quick_capture_from_the_panel_reaches_the_list_and_opens_there(self):
         self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")
         self.app.start()
-        self.app.wait_frame(MAIN)
         self.app.click_tray_icon()
         self.app.wait_frame(PANEL)
         self.assertNotIn("showing", (self.app.find("آخر الأفكار", frame=PANEL) or {"states": []})["states"])
         self.desktop.screenshot("panel-without-recent-ideas")
         self.app.type_text("اتصل بالسباك", name="فكرة سريعة", frame=PANEL)
-        self.desktop.xdotool("type", "  ")
         self.app.press("مهمة", frame=PANEL)
         self.desktop.xdotool("key", "Return")
         self.app.wait_find("تم الحفظ! ✓", frame=PANEL, timeout=1.2)
-        self.desktop.screenshot("panel-saved")
         self.assertEqual(self.sql("SELECT title, category, hasReminder FROM Idea"), [("اتصل بالسباك", "مهمة", 0)])
         self.app.wait_find("اتصل بالسباك", role="push button", frame=MAIN)
         self.app.wait_find("آخر الأفكار", frame=PANEL)
-        self.app.wait_find("احفظ", frame=PANEL)
         self.desktop.screenshot("panel-with-recent-ideas")
         self.desktop.xdotool("key", "Escape")
         wait_until(lambda: not self.app.frames(PANEL, showing=True), 10, "Escape to close the panel")
@@ -118,7 +114,6 @@ class ShellTest(unittest.TestCase):
         # A recent idea opens in the main window, in its detail view.
         self.app.press("اتصل بالسباك", frame=PANEL)
         self.app.wait_find("رجوع", role="push button", frame=MAIN)
-        wait_until(lambda: not self.app.frames(PANEL, showing=True), 10, "the panel to close")
         self.desktop.screenshot("recent-idea-opened")
 
 
