@@ -82,7 +82,11 @@ Pane {
                     horizontalPadding: 10
                     verticalPadding: 6
                     selected: menuModel.selectedCategory === modelData
-                    onClicked: menuModel.selectedCategory = modelData
+                    // Back to the field, so Return still saves after a click here.
+                    onClicked: {
+                        menuModel.selectedCategory = modelData
+                        field.forceActiveFocus()
+                    }
                 }
             }
         }

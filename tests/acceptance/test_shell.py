@@ -100,7 +100,9 @@ class ShellTest(unittest.TestCase):
         self.assertNotIn("showing", (self.app.find("آخر الأفكار", frame=PANEL) or {"states": []})["states"])
         self.desktop.screenshot("panel-without-recent-ideas")
         self.app.type_text("اتصل بالسباك", name="فكرة سريعة", frame=PANEL)
-        self.app.press("مهمة", frame=PANEL)
+        # With the mouse, as a person would: Return must still reach the field afterwards.
+        x, y, w, h = self.app.wait_find("مهمة", frame=PANEL)["extents"]
+        self.desktop.click(x + w // 2, y + h // 2)
         self.desktop.xdotool("key", "Return")
         self.app.wait_find("تم الحفظ! ✓", frame=PANEL, timeout=1.2)
         self.assertEqual(self.sql("SELECT title, category, hasReminder FROM Idea"), [("اتصل بالسباك", "مهمة", 0)])
