@@ -52,8 +52,7 @@ private slots:
         saveAs("ثالثة");
         saveAs("رابعة");
         QCOMPARE(recentTitles(), QStringList({"رابعة", "ثالثة", "ثانية"}));
-        const Idea newest = store->allIdeas().value(0);
-        IdeaActions(store.get(), nullptr).markDone(newest.recordId(), newest.idText());
+        IdeaActions(store.get(), nullptr).markDone(store->allIdeas()[0].recordId(), store->allIdeas()[0].idText());
         QCOMPARE(recentTitles(), QStringList({"ثالثة", "ثانية", "اشتري خبز"}));
 
         sqlite3 *raw = nullptr;
