@@ -20,6 +20,17 @@ StackView {
             stack.push(detailView, {recordId: recordId, ideaId: ideaId})
     }
 
+    // An idea picked elsewhere (the tray panel) opens over whatever detail was showing.
+    function showIdea(recordId, ideaId) {
+        stack.pop(null, StackView.Immediate)
+        openDetail(recordId, ideaId)
+    }
+
+    Connections {
+        target: AppEvents
+        function onOpenIdeaRequested(recordId, ideaId) { stack.showIdea(recordId, ideaId) }
+    }
+
     IdeasListState {
         id: listState
     }

@@ -19,11 +19,14 @@ public:
 
     Q_INVOKABLE void postOpenMainWindow() { emit openMainWindowRequested(); }
     Q_INVOKABLE void postIdeaMarkedDone() { emit ideaMarkedDone(); }
+    Q_INVOKABLE void postOpenIdea(qint64 recordId, const QString &ideaId) { emit openIdeaRequested(recordId, ideaId); }
 
 signals:
     // "FikranestOpenMainWindow"
     void openMainWindowRequested();
     void ideaMarkedDone();
+    // An idea picked outside the main window, to be shown in its detail view there.
+    void openIdeaRequested(qint64 recordId, const QString &ideaId);
 
 private:
     AppEvents() = default;

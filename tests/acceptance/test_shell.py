@@ -92,6 +92,32 @@ class ShellTest(unittest.TestCase):
         # The one main window all along: a second launch or the panel never make another.
         self.assertEqual([f["path"] for f in self.app.frames(MAIN)], [main["path"]], self.app.tree())
 
+    def test_quick_capture_from_the_panel_reaches_the_list_and_opens_there(self):
+        self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")
+        self.app.start()
+        self.app.click_tray_icon()
+        self.app.wait_frame(PANEL)
+        self.assertNotIn("showing", (self.app.find("آخر الأفكار", frame=PANEL) or {"states": []})["states"])
+        self.desktop.screenshot("panel-without-recent-ideas")
+        self.app.type_text("اتصل بالسباك", name="فكرة سريعة", frame=PANEL)
+        # With the mouse, as a person would: Return must still reach the field afterwards.
+        x, y, w, h = self.app.wait_find("مهمة", frame=PANEL)["extents"]
+        self.desktop.click(x + w // 2, y + h // 2)
+        self.desktop.xdotool("key", "Return")
+        self.app.wait_find("تم الحفظ! ✓", frame=PANEL, timeout=1.2)
+        self.assertEqual(self.sql("SELECT title, category, hasReminder FROM Idea"), [("اتصل بالسباك", "مهمة", 0)])
+        self.app.wait_find("اتصل بالسباك", role="push button", frame=MAIN)
+        self.app.wait_find("آخر الأفكار", frame=PANEL)
+        self.desktop.screenshot("panel-with-recent-ideas")
+        self.desktop.xdotool("key", "Escape")
+        wait_until(lambda: not self.app.frames(PANEL, showing=True), 10, "Escape to close the panel")
+        self.app.click_tray_icon()
+        self.app.wait_frame(PANEL)
+        # A recent idea opens in the main window, in its detail view.
+        self.app.press("اتصل بالسباك", frame=PANEL)
+        self.app.wait_find("رجوع", role="push button", frame=MAIN)
+        self.desktop.screenshot("recent-idea-opened")
+
 
 if __name__ == "__main__":
     unittest.main()

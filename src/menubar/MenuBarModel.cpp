@@ -1,0 +1,97 @@
+#include "MenuBarModel.h"
+
+#include "CaptureSheetModel.h"
+#include "IdeaListModel.h"
+#include "IdeaStore.h"
+#include "Vocabulary.h"
+
+#include <QTimer>
+
+MenuBarModel::MenuBarModel(QObject *parent) : MenuBarModel(IdeaStore::shared(), {}, parent)
+{
+}
+
+MenuBarModel::MenuBarModel(IdeaStore *store, Delay delay, QObject *parent)
+    : QObject(parent),
+      m_store(store),
+      m_delay(std::move(delay)),
+      m_active(new IdeaListModel(store, IdeaListModel::Scope::active, this)),
+      m_selectedCategory(Vocabulary::defaultCategory())
+{
+    if (!m_delay)
+        m_delay = [this](int ms, std::function<void()> action) { QTimer::singleShot(ms, this, std::move(action)); };
+    connect(m_active, &QAbstractItemModel::rowsInserted, this, &MenuBarModel::updateRecentIdeas);
+    connect(m_active, &QAbstractItemModel::rowsRemoved, this, &MenuBarModel::updateRecentIdeas);
+    connect(m_active, &QAbstractItemModel::dataChanged, this, &MenuBarModel::updateRecentIdeas);
+    connect(m_active, &QAbstractItemModel::modelReset, this, &MenuBarModel::updateRecentIdeas);
+    updateRecentIdeas();
+}
+
+void MenuBarModel::setNewIdeaText(const QString &text)
+{
+    if (text == m_newIdeaText)
+        return;
+    m_newIdeaText = text;
+    emit newIdeaTextChanged();
+}
+
+void MenuBarModel::setSelectedCategory(const QString &category)
+{
+    if (category == m_selectedCategory)
+        return;
+    m_selectedCategory = category;
+    emit selectedCategoryChanged();
+}
+
+QStringList MenuBarModel::categories()
+{
+    return Vocabulary::categories();
+}
+
+void MenuBarModel::save()
+{
+    const QString title = CaptureSheetModel::trimmedTitle(m_newIdeaText);
+    if (title.isEmpty() || !m_store)
+        return;
+    Idea idea = Idea::make(title, QString(), m_selectedCategory, false, std::nullopt, false);
+    if (!m_store->insert(idea)) {
+        // What was typed stays, so the next try needs no retyping.
+        setSaveError(IdeaStore::writeFailureMessage());
+        return;
+    }
+    setSaveError({});
+    // The category stays: quick captures tend to come in runs of one kind.
+    setNewIdeaText({});
+    setSaved(true);
+    // Never cancelled: a later save does not extend the confirmation.
+    m_delay(savedMs, [this] { setSaved(false); });
+}
+
+void MenuBarModel::setSaved(bool saved)
+{
+    if (saved == m_saved)
+        return;
+    m_saved = saved;
+    emit savedChanged();
+}
+
+void MenuBarModel::setSaveError(const QString &message)
+{
+    if (message == m_saveError)
+        return;
+    m_saveError = message;
+    emit saveErrorChanged();
+}
+
+void MenuBarModel::updateRecentIdeas()
+{
+    QVariantList recent;
+    for (int row = 0; row < qMin(recentCount, m_active->rowCount()); ++row) {
+        const Idea &idea = m_active->ideaAt(row);
+        recent << QVariantMap{{"recordId", idea.recordId()}, {"ideaId", idea.idText()}, {"title", idea.title}};
+    }
+    if (recent == m_recentIdeas)
+        return;
+    m_recentIdeas = recent;
+    emit recentIdeasChanged();
+}
