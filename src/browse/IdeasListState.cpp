@@ -8,7 +8,6 @@
 #include "NotificationCenter.h"
 #include "Vocabulary.h"
 
-#include <QTimer>
 
 IdeasListState::IdeasListState(QObject *parent)
     : IdeasListState(IdeaStore::shared(), NotificationCenter::shared(), {}, SecureRandom::systemWord, parent)
@@ -25,10 +24,8 @@ IdeasListState::IdeasListState(IdeaStore *store, NotificationCenter *notificatio
       m_done(new IdeaListModel(store, IdeaListModel::Scope::done, this)),
       m_rows(new IdeaFeedModel(m_active, m_done, this))
 {
-    if (!m_delay) {
-        // Tied to this object: a pending step dies with the screen, never before.
-        m_delay = [this](int ms, std::function<void()> action) { QTimer::singleShot(ms, this, std::move(action)); };
-    }
+    if (!m_delay)
+        m_delay = timerDelay(this);
     m_active->setFilter(Vocabulary::allFilter());
     connect(m_active, &IdeaListModel::filterChanged, this, &IdeasListState::selectedCategoryChanged);
     connect(m_rows, &IdeaFeedModel::expandedChanged, this, &IdeasListState::showDoneSectionChanged);

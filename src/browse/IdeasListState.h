@@ -1,12 +1,11 @@
 #pragma once
 
+#include "Delay.h"
 #include "SecureRandom.h"
 
 #include <QObject>
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
-
-#include <functional>
 
 class IdeaActions;
 class IdeaFeedModel;
@@ -33,9 +32,6 @@ class IdeasListState : public QObject
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
 
 public:
-    // Runs `action` once, `ms` milliseconds later, on the main thread.
-    using Delay = std::function<void(int ms, std::function<void()> action)>;
-
     static constexpr int captionMs = 10'000;
     static constexpr int toastMs = 2'500;
     static constexpr int errorMs = 5'000;

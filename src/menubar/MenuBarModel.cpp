@@ -5,7 +5,6 @@
 #include "IdeaStore.h"
 #include "Vocabulary.h"
 
-#include <QTimer>
 
 MenuBarModel::MenuBarModel(QObject *parent) : MenuBarModel(IdeaStore::shared(), {}, parent)
 {
@@ -19,7 +18,7 @@ MenuBarModel::MenuBarModel(IdeaStore *store, Delay delay, QObject *parent)
       m_selectedCategory(Vocabulary::defaultCategory())
 {
     if (!m_delay)
-        m_delay = [this](int ms, std::function<void()> action) { QTimer::singleShot(ms, this, std::move(action)); };
+        m_delay = timerDelay(this);
     connect(m_active, &QAbstractItemModel::rowsInserted, this, &MenuBarModel::updateRecentIdeas);
     connect(m_active, &QAbstractItemModel::rowsRemoved, this, &MenuBarModel::updateRecentIdeas);
     connect(m_active, &QAbstractItemModel::dataChanged, this, &MenuBarModel::updateRecentIdeas);

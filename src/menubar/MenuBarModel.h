@@ -1,12 +1,12 @@
 #pragma once
 
+#include "Delay.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
-
-#include <functional>
 
 class IdeaListModel;
 class IdeaStore;
@@ -25,9 +25,6 @@ class MenuBarModel : public QObject
     Q_PROPERTY(QVariantList recentIdeas READ recentIdeas NOTIFY recentIdeasChanged)
 
 public:
-    // Runs `action` once, `ms` milliseconds later, on the main thread.
-    using Delay = std::function<void(int ms, std::function<void()> action)>;
-
     static constexpr int savedMs = 1'500;
     static constexpr int recentCount = 3;
 

@@ -32,7 +32,7 @@ struct SimulatedTime
     qint64 now = 0;
     std::multimap<qint64, std::function<void()>> due;
 
-    IdeasListState::Delay delay()
+    Delay delay()
     {
         return [this](int ms, std::function<void()> action) { due.emplace(now + ms, std::move(action)); };
     }
@@ -77,7 +77,7 @@ class TestBrowse : public QObject
         sqlite3_close(raw);
     }
 
-    std::unique_ptr<IdeasListState> listState(IdeasListState::Delay delay = [](int, std::function<void()>) {})
+    std::unique_ptr<IdeasListState> listState(Delay delay = [](int, std::function<void()>) {})
     {
         return std::make_unique<IdeasListState>(store.get(), &center, std::move(delay), SecureRandom::systemWord);
     }
