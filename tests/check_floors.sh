@@ -3,7 +3,7 @@
 # Floors, ground first; a folder may include its own floor and those before it.
 set -u
 src=$1
-floors=(core model store ui capture browse menubar firstrun settings app)
+floors=(core model store ui capture browse menubar firstrun settings update app)
 declare -A level home
 for i in "${!floors[@]}"; do level[${floors[$i]}]=$i; done
 for floor in "${floors[@]}"; do
