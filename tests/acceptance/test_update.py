@@ -58,15 +58,17 @@ class UpdateTest(unittest.TestCase):
         self.server.shutdown()
         self.server.server_close()
 
-    def check(self):
+    def check(self, shot=None):
         self.app.click_tray_icon()
         self.app.wait_frame(PANEL)
+        if shot:
+            self.desktop.screenshot(shot)
         self.app.press("تحقق من التحديثات", frame=PANEL)
         self.app.wait_frame(UPDATES)
         wait_until(lambda: not self.app.frames(PANEL, showing=True), 10, "the panel to close")
 
     def test_a_newer_release_shows_its_version_and_inert_notes(self):
-        self.check()
+        self.check("panel")
         self.app.wait_find("فيه إصدار جديد! 🎉", frame=UPDATES)
         self.app.wait_find("الإصدار 1.2 وصل، وأنت الحين على 1.1", frame=UPDATES)
         tree = self.app.tree()
@@ -79,7 +81,7 @@ class UpdateTest(unittest.TestCase):
         self.assertEqual(len(self.app.frames(UPDATES)), 1, self.app.tree())
         self.assertEqual(self.server.paths, ["/appcast.xml"])
 
-    def test_same_version_then_a_slow_server_cancelled_then_no_server(self):
+    def test_same_version_a_slow_check_cancelled_a_bad_feed_and_no_server(self):
         self.serve(self.items[0], ITEM.format("1.1", "هذا اللي عندك"))
         self.check()
         self.app.wait_find("الإصدار 1.1 هو أحدث شي عندنا، استانس فيه", frame=UPDATES)
@@ -93,13 +95,21 @@ class UpdateTest(unittest.TestCase):
         self.app.press("إلغاء", frame=UPDATES)
         wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "cancel to close the window")
 
+        self.server.release.set()
+        self.server.feed = "<html><body>مو خبر تحديثات</body></html>"
+        self.check()
+        self.app.wait_find("خبر التحديثات وصلنا خربان 🤷‍♂️ مو ذنبك، جرّب بعدين", frame=UPDATES)
+        self.desktop.screenshot("bad-feed")
+        self.app.press("تمام", frame=UPDATES)
+        wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "the window to close")
+
         self.stop_server()
         self.check()
         self.app.wait_find("ما زبطت هالمرة 🙈", frame=UPDATES)
         self.app.wait_find("النت زعلان علينا 📡 ما قدرنا نوصل لخبر التحديثات، شيّك على اتصالك وجرّب مرة ثانية",
                            frame=UPDATES)
         self.desktop.screenshot("no-network")
-        self.assertEqual(self.server.paths, ["/appcast.xml"] * 2)
+        self.assertEqual(self.server.paths, ["/appcast.xml"] * 3)
 
 
 if __name__ == "__main__":
