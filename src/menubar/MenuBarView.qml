@@ -209,6 +209,26 @@ Pane {
             }
 
             AppButton {
+                id: updateButton
+
+                Layout.fillWidth: true
+                flat: true
+                verticalPadding: 4
+                text: "تحقق من التحديثات"
+                Accessible.name: text
+                font.pixelSize: 12
+                onClicked: {
+                    UpdaterManager.checkForUpdates()
+                    panel.dismissRequested()
+                }
+                contentItem: Label {
+                    text: updateButton.text
+                    font: updateButton.font
+                    horizontalAlignment: Text.AlignLeft
+                }
+            }
+
+            AppButton {
                 id: quitButton
 
                 Layout.fillWidth: true

@@ -1,0 +1,116 @@
+#!/usr/bin/python3
+"""Checking for updates from the tray panel, against a feed served on 127.0.0.1."""
+
+import contextlib
+import http.server
+import threading
+import unittest
+
+from harness import Desktop, wait_until
+
+PANEL = "لوحة الفكرون"
+UPDATES = "تحديثات الفكرون"
+ITEM = """<item><title>{0}</title><sparkle:version>{0}</sparkle:version><description><![CDATA[{1}]]></description>
+<enclosure url="http://127.0.0.1/Fikranest-{0}.tar.gz" length="1024" type="application/gzip"/></item>"""
+# Notes that would reach back to the server if anything in them were loaded.
+NOTES = """<link rel="stylesheet" href="http://127.0.0.1:{0}/style.css"><h3>تحسينات</h3>
+<ul><li>تذكير أسرع <img src="http://127.0.0.1:{0}/pixel.png"></li><li><a href="http://127.0.0.1:{0}/x">ألوان</a></li></ul>"""
+
+
+class Feed(http.server.BaseHTTPRequestHandler):
+    def do_GET(self):
+        self.server.paths.append(self.path)
+        self.server.release.wait(20)
+        body = self.server.feed.encode()
+        self.send_response(200 if self.path == "/appcast.xml" else 404)
+        self.send_header("Content-Length", str(len(body)))
+        self.end_headers()
+        with contextlib.suppress(BrokenPipeError):  # a cancelled check has hung up
+            self.wfile.write(body)
+
+    def log_message(self, *args):
+        pass
+
+
+class UpdateTest(unittest.TestCase):
+    def setUp(self):
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Feed)
+        self.server.paths, self.server.release = [], threading.Event()
+        self.server.release.set()
+        port = self.server.server_address[1]
+        self.items = [ITEM.format("1.0", "قديم"), ITEM.format("1.2", NOTES.format(port))]
+        self.serve(*self.items)
+        threading.Thread(target=self.server.serve_forever, args=(0.1,), daemon=True).start()
+        self.addCleanup(self.stop_server)
+        self.desktop = self.enterContext(Desktop(self.id().split(".", 1)[1]))
+        self.app = self.desktop.app()
+        self.app.env["FIKRANEST_FEED_URL_OVERRIDE"] = f"http://127.0.0.1:{port}/appcast.xml"
+        self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")
+        self.app.start("--background")
+
+    def serve(self, *items):
+        self.server.feed = ('<?xml version="1.0" encoding="utf-8"?><rss version="2.0" xmlns:sparkle='
+                            '"http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>'
+                            + "".join(items) + "</channel></rss>")
+
+    def stop_server(self):
+        self.server.release.set()
+        self.server.shutdown()
+        self.server.server_close()
+
+    def check(self, shot=None):
+        self.app.click_tray_icon()
+        self.app.wait_frame(PANEL)
+        if shot:
+            self.desktop.screenshot(shot)
+        self.app.press("تحقق من التحديثات", frame=PANEL)
+        self.app.wait_frame(UPDATES)
+        wait_until(lambda: not self.app.frames(PANEL, showing=True), 10, "the panel to close")
+
+    def test_a_newer_release_shows_its_version_and_inert_notes(self):
+        self.check("panel")
+        self.app.wait_find("فيه إصدار جديد! 🎉", frame=UPDATES)
+        self.app.wait_find("الإصدار 1.2 وصل، وأنت الحين على 1.1", frame=UPDATES)
+        tree = self.app.tree()
+        for words in ("ملاحظات الإصدار: تحسينات", "تذكير أسرع", "ألوان"):
+            self.assertIn(words, tree)
+        self.assertNotIn("127.0.0.1", tree)
+        self.desktop.screenshot("update-available")
+        # Asking again while the window is up brings it forward; it asks the server nothing more.
+        self.check()
+        self.assertEqual(len(self.app.frames(UPDATES)), 1, self.app.tree())
+        self.assertEqual(self.server.paths, ["/appcast.xml"])
+
+    def test_same_version_a_slow_check_cancelled_a_bad_feed_and_no_server(self):
+        self.serve(self.items[0], ITEM.format("1.1", "هذا اللي عندك"))
+        self.check()
+        self.app.wait_find("الإصدار 1.1 هو أحدث شي عندنا، استانس فيه", frame=UPDATES)
+        self.desktop.screenshot("up-to-date")
+        self.app.press("تمام", frame=UPDATES)
+        wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "the window to close")
+
+        self.server.release.clear()
+        self.check()
+        self.desktop.screenshot("checking")
+        self.app.press("إلغاء", frame=UPDATES)
+        wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "cancel to close the window")
+
+        self.server.release.set()
+        self.server.feed = "<html><body>مو خبر تحديثات</body></html>"
+        self.check()
+        self.app.wait_find("خبر التحديثات وصلنا خربان 🤷‍♂️ مو ذنبك، جرّب بعدين", frame=UPDATES)
+        self.desktop.screenshot("bad-feed")
+        self.app.press("تمام", frame=UPDATES)
+        wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "the window to close")
+
+        self.stop_server()
+        self.check()
+        self.app.wait_find("ما زبطت هالمرة 🙈", frame=UPDATES)
+        self.app.wait_find("النت زعلان علينا 📡 ما قدرنا نوصل لخبر التحديثات، شيّك على اتصالك وجرّب مرة ثانية",
+                           frame=UPDATES)
+        self.desktop.screenshot("no-network")
+        self.assertEqual(self.server.paths, ["/appcast.xml"] * 3)
+
+
+if __name__ == "__main__":
+    unittest.main()
