@@ -3,8 +3,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJSEngine>
-#include <QQmlEngine>
 #include <QStandardPaths>
 
 #include <sqlite3.h>
@@ -400,12 +398,5 @@ void IdeaStore::setShared(IdeaStore *store)
 
 IdeaStore *IdeaStore::shared()
 {
-    return sharedStore;
-}
-
-IdeaStore *IdeaStore::create(QQmlEngine *, QJSEngine *)
-{
-    Q_ASSERT(sharedStore);
-    QJSEngine::setObjectOwnership(sharedStore, QJSEngine::CppOwnership);
     return sharedStore;
 }

@@ -4,23 +4,18 @@
 
 #include <QList>
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
 
 #include <array>
 #include <memory>
 
 struct sqlite3;
 struct sqlite3_stmt;
-class QJSEngine;
-class QQmlEngine;
 
 // The one owner of the ideas database. Every write is committed before the call
 // returns; list models follow the change signals instead of re-reading.
 class IdeaStore : public QObject
 {
     Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
 
 public:
     struct Opening
@@ -56,10 +51,9 @@ public:
     QList<Idea> activeIdeas() const;
     QList<Idea> doneIdeas() const;
 
-    // The store QML sees: the one the application opened at start-up.
+    // The one the application opened at start-up, which the screens' models use.
     static void setShared(IdeaStore *store);
     static IdeaStore *shared();
-    static IdeaStore *create(QQmlEngine *, QJSEngine *);
 
     static QString writeFailureMessage();
     static QString goneMessage();
