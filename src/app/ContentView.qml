@@ -17,6 +17,8 @@ Item {
     Loader {
         objectName: "content"
         anchors.fill: parent
+        // Covered whole by the sheet; hidden, it stays out of the screen reader's way too.
+        visible: !whatsNewSheet.visible
         sourceComponent: AppSettings.hasCompletedOnboarding ? ideasList : onboarding
     }
 
