@@ -1,10 +1,8 @@
 #include "MenuBarModel.h"
 
 #include "CaptureSheetModel.h"
-#include "IdeaListModel.h"
 #include "IdeaStore.h"
 #include "Vocabulary.h"
-
 
 MenuBarModel::MenuBarModel(QObject *parent) : MenuBarModel(IdeaStore::shared(), {}, parent)
 {
@@ -14,15 +12,17 @@ MenuBarModel::MenuBarModel(IdeaStore *store, Delay delay, QObject *parent)
     : QObject(parent),
       m_store(store),
       m_delay(std::move(delay)),
-      m_active(new IdeaListModel(store, IdeaListModel::Scope::active, this)),
       m_selectedCategory(Vocabulary::defaultCategory())
 {
     if (!m_delay)
         m_delay = timerDelay(this);
-    connect(m_active, &QAbstractItemModel::rowsInserted, this, &MenuBarModel::updateRecentIdeas);
-    connect(m_active, &QAbstractItemModel::rowsRemoved, this, &MenuBarModel::updateRecentIdeas);
-    connect(m_active, &QAbstractItemModel::dataChanged, this, &MenuBarModel::updateRecentIdeas);
-    connect(m_active, &QAbstractItemModel::modelReset, this, &MenuBarModel::updateRecentIdeas);
+    // Three rows read again on each change, rather than a copy of every active idea
+    // kept in memory from start-up for the sake of three.
+    if (m_store) {
+        connect(m_store, &IdeaStore::inserted, this, &MenuBarModel::updateRecentIdeas);
+        connect(m_store, &IdeaStore::updated, this, &MenuBarModel::updateRecentIdeas);
+        connect(m_store, &IdeaStore::removed, this, &MenuBarModel::updateRecentIdeas);
+    }
     updateRecentIdeas();
 }
 
@@ -85,8 +85,8 @@ void MenuBarModel::setSaveError(const QString &message)
 void MenuBarModel::updateRecentIdeas()
 {
     QVariantList recent;
-    for (int row = 0; row < qMin(recentCount, m_active->rowCount()); ++row) {
-        const Idea &idea = m_active->ideaAt(row);
+    const QList<Idea> newest = m_store ? m_store->newestActiveIdeas(recentCount) : QList<Idea>();
+    for (const Idea &idea : newest) {
         recent << QVariantMap{{"recordId", idea.recordId()}, {"ideaId", idea.idText()}, {"title", idea.title}};
     }
     if (recent == m_recentIdeas)

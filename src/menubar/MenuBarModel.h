@@ -8,7 +8,6 @@
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
-class IdeaListModel;
 class IdeaStore;
 
 // The state and rules of the tray panel: quick capture with its short-lived
@@ -59,7 +58,6 @@ private:
 
     QPointer<IdeaStore> m_store;
     Delay m_delay;
-    IdeaListModel *m_active;
     QString m_newIdeaText;
     QString m_selectedCategory;
     bool m_saved = false;

@@ -384,6 +384,14 @@ QList<Idea> IdeaStore::activeIdeas() const
     return select(sql.constData());
 }
 
+QList<Idea> IdeaStore::newestActiveIdeas(int limit) const
+{
+    const QByteArray sql = QByteArray("SELECT rowid, ") + columns
+        + " FROM Idea WHERE status = 'active' ORDER BY createdAt DESC, rowid DESC LIMIT "
+        + QByteArray::number(qMax(0, limit));
+    return select(sql.constData());
+}
+
 QList<Idea> IdeaStore::doneIdeas() const
 {
     static const QByteArray sql = QByteArray("SELECT rowid, ") + columns

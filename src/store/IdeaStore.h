@@ -50,6 +50,8 @@ public:
     QList<Idea> allIdeas() const;
     QList<Idea> activeIdeas() const;
     QList<Idea> doneIdeas() const;
+    // The `limit` newest active ideas, without reading the rest.
+    QList<Idea> newestActiveIdeas(int limit) const;
 
     // The one the application opened at start-up, which the screens' models use.
     static void setShared(IdeaStore *store);
