@@ -1,11 +1,14 @@
 #include "UpdaterManager.h"
 
 #include "AppVersion.h"
-#include "Appcast.h"
+#include "FileManager.h"
 #include "ReleaseNotes.h"
+#include "UpdateSignature.h"
 #include "VersionOrder.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -14,18 +17,51 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
+#include <QStandardPaths>
+#include <QTemporaryFile>
 #include <QTextDocumentFragment>
 
-UpdaterManager::UpdaterManager(QUrl feedUrl, QString currentVersion, QObject *parent)
-    : QObject(parent), m_feedUrl(std::move(feedUrl)), m_currentVersion(std::move(currentVersion))
+namespace {
+
+// The name the release is kept under: the download's own, unless it says nothing
+// usable or is taken, when a number is added before its extension.
+QString downloadPath(const QDir &folder, const QUrl &url, const QString &version)
 {
+    QString name = QFileInfo(url.fileName()).fileName();
+    while (name.startsWith(u'.'))
+        name.remove(0, 1);
+    if (name.isEmpty())
+        name = QStringLiteral("Fikranest-%1").arg(version);
+    qsizetype dot = name.lastIndexOf(u'.');
+    if (dot > 0 && name.left(dot).endsWith(QLatin1StringView(".tar")))
+        dot -= 4;
+    const QString stem = dot > 0 ? name.left(dot) : name;
+    const QString extension = dot > 0 ? name.mid(dot) : QString();
+    QString path = folder.filePath(name);
+    for (int n = 2; QFileInfo::exists(path); ++n)
+        path = folder.filePath(QStringLiteral("%1 (%2)%3").arg(stem).arg(n).arg(extension));
+    return path;
+}
+
+} // namespace
+
+UpdaterManager::UpdaterManager(QUrl feedUrl, QString currentVersion, QByteArray publicKey, QObject *parent)
+    : QObject(parent), m_feedUrl(std::move(feedUrl)), m_currentVersion(std::move(currentVersion)),
+      m_publicKey(std::move(publicKey))
+{
+}
+
+UpdaterManager::~UpdaterManager()
+{
+    abortReply();
 }
 
 UpdaterManager *UpdaterManager::shared(QQmlEngine *engine)
 {
     // Never released: a check may still be answering while the program winds down.
     static UpdaterManager *const instance =
-        new UpdaterManager(defaultFeedUrl(), AppVersion::shortVersionString().value_or(QStringLiteral("1.1")));
+        new UpdaterManager(defaultFeedUrl(), AppVersion::shortVersionString().value_or(QStringLiteral("1.1")),
+                           QByteArrayLiteral(FIKRANEST_UPDATE_PUBLIC_KEY));
     if (!instance->m_engine)
         instance->m_engine = engine;
     return instance;
@@ -55,6 +91,14 @@ QString UpdaterManager::textFor(Failure failure)
         return QStringLiteral("النت زعلان علينا 📡 ما قدرنا نوصل لخبر التحديثات، شيّك على اتصالك وجرّب مرة ثانية");
     case Failure::badFeed:
         return QStringLiteral("خبر التحديثات وصلنا خربان 🤷‍♂️ مو ذنبك، جرّب بعدين");
+    case Failure::downloadFailed:
+        return QStringLiteral("انقطع التنزيل في نص الطريق 📡 شيّك على اتصالك وجرّب مرة ثانية");
+    case Failure::badLength:
+        return QStringLiteral("الملف وصل مو بالحجم اللي المفروض 📏 رميناه، جرّب مرة ثانية");
+    case Failure::badSignature:
+        return QStringLiteral("توقيع الملف ما طابق 🛑 رميناه احتياطاً، لا تثبّت شي ما تعرف مصدره");
+    case Failure::cannotSave:
+        return QStringLiteral("ما قدرنا نحفظ الملف في مجلد التنزيلات 💾 شيّك على المساحة والصلاحيات");
     }
     return {};
 }
@@ -66,9 +110,19 @@ void UpdaterManager::checkForUpdates()
     showWindow();
 }
 
+QString UpdaterManager::downloadedFileName() const
+{
+    return QFileInfo(m_downloadedPath).fileName();
+}
+
 void UpdaterManager::cancel()
 {
     abortReply();
+    if (m_state == Downloading) {
+        dropDownload();
+        setState(UpdateAvailable);
+        return;
+    }
     setState(Idle);
     if (m_window)
         m_window->hide();
@@ -77,20 +131,16 @@ void UpdaterManager::cancel()
 void UpdaterManager::startCheck()
 {
     abortReply();
+    dropDownload();
+    m_offer = {};
+    m_downloadedPath.clear();
     m_newVersion.clear();
     m_releaseNotes.clear();
     m_releaseNotesText.clear();
     m_failureText.clear();
     setState(Checking);
 
-    if (!m_network) {
-        m_network = new QNetworkAccessManager(this);
-        m_network->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
-    }
-    QNetworkRequest request(m_feedUrl);
-    request.setTransferTimeout(timeoutMs);
-    request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("Fikranest/%1").arg(m_currentVersion));
-    m_reply = m_network->get(request);
+    m_reply = get(m_feedUrl);
     QNetworkReply *reply = m_reply;
     connect(reply, &QNetworkReply::downloadProgress, this, [this, reply](qint64 received, qint64) {
         if (received > maxFeedBytes && reply == m_reply) {
@@ -103,6 +153,18 @@ void UpdaterManager::startCheck()
         if (reply == m_reply)
             finishReply();
     });
+}
+
+QNetworkReply *UpdaterManager::get(const QUrl &url)
+{
+    if (!m_network) {
+        m_network = new QNetworkAccessManager(this);
+        m_network->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+    }
+    QNetworkRequest request(url);
+    request.setTransferTimeout(timeoutMs);
+    request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("Fikranest/%1").arg(m_currentVersion));
+    return m_network->get(request);
 }
 
 void UpdaterManager::finishReply()
@@ -138,10 +200,133 @@ void UpdaterManager::takeFeed(const QByteArray &xml)
         setState(UpToDate);
         return;
     }
+    m_offer = *newest;
     m_newVersion = newest->displayVersion;
     m_releaseNotes = ReleaseNotes::inertHtml(newest->releaseNotesHtml);
     m_releaseNotesText = QTextDocumentFragment::fromHtml(m_releaseNotes).toPlainText().trimmed();
     setState(UpdateAvailable);
+}
+
+void UpdaterManager::download()
+{
+    if (m_state != UpdateAvailable)
+        return;
+    const QString folderPath = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    // Written beside its final place, under a hidden name, until it has proved itself.
+    m_partFile = new QTemporaryFile(QDir(folderPath).filePath(QStringLiteral(".Fikranest-XXXXXX.part")), this);
+    if (folderPath.isEmpty() || !QDir().mkpath(folderPath) || !m_partFile->open()) {
+        dropDownload();
+        fail(Failure::cannotSave);
+        return;
+    }
+    m_downloadProgress = m_offer.length > 0 ? 0 : -1;
+    emit downloadProgressChanged();
+    setState(Downloading);
+
+    m_reply = get(m_offer.url);
+    QNetworkReply *reply = m_reply;
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
+        if (reply == m_reply)
+            takeDownloadChunk();
+    });
+    connect(reply, &QNetworkReply::downloadProgress, this, [this, reply](qint64 received, qint64 total) {
+        if (reply != m_reply || m_offer.length > 0 || total <= 0)
+            return;
+        m_downloadProgress = double(received) / double(total);
+        emit downloadProgressChanged();
+    });
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+        reply->deleteLater();
+        if (reply == m_reply)
+            finishDownload();
+    });
+}
+
+void UpdaterManager::takeDownloadChunk()
+{
+    const QByteArray chunk = m_reply->readAll();
+    const qint64 limit = m_offer.length >= 0 ? m_offer.length : maxDownloadBytes;
+    if (m_partFile->size() + chunk.size() > limit) {
+        abortReply();
+        dropDownload();
+        fail(Failure::badLength);
+        return;
+    }
+    if (m_partFile->write(chunk) != chunk.size()) {
+        abortReply();
+        dropDownload();
+        fail(Failure::cannotSave);
+        return;
+    }
+    if (m_offer.length > 0) {
+        m_downloadProgress = double(m_partFile->size()) / double(m_offer.length);
+        emit downloadProgressChanged();
+    }
+}
+
+void UpdaterManager::finishDownload()
+{
+    QNetworkReply *reply = m_reply;
+    if (reply->error() == QNetworkReply::NoError)
+        takeDownloadChunk();
+    m_reply = nullptr;
+    if (m_state != Downloading)
+        return;
+    if (reply->error() != QNetworkReply::NoError) {
+        dropDownload();
+        fail(Failure::downloadFailed);
+        return;
+    }
+    if (!m_partFile->flush()) {
+        dropDownload();
+        fail(Failure::cannotSave);
+        return;
+    }
+    const qint64 size = m_partFile->size();
+    if (m_offer.length >= 0 && size != m_offer.length) {
+        dropDownload();
+        fail(Failure::badLength);
+        return;
+    }
+    // Checked as it lies on disk, so what is kept is exactly what was verified.
+    const uchar *bytes = size > 0 ? m_partFile->map(0, size) : nullptr;
+    const bool signedByUs = (size == 0 || bytes)
+        && UpdateSignature::verify(QByteArrayView(bytes, size), m_offer.edSignature, m_publicKey);
+    if (!signedByUs) {
+        dropDownload();
+        fail(Failure::badSignature);
+        return;
+    }
+    const QString path = downloadPath(QFileInfo(m_partFile->fileName()).dir(), m_offer.url, m_newVersion);
+    // Kept from here on; a temporary file would otherwise take its new name with it.
+    m_partFile->setAutoRemove(false);
+    if (!m_partFile->rename(path)) {
+        m_partFile->remove();
+        dropDownload();
+        fail(Failure::cannotSave);
+        return;
+    }
+    m_partFile->setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+    delete m_partFile;
+    m_partFile = nullptr;
+    m_downloadedPath = path;
+    m_downloadProgress = 1;
+    emit downloadProgressChanged();
+    setState(Downloaded);
+    showDownload();
+}
+
+void UpdaterManager::dropDownload()
+{
+    // Removes the unfinished file with it.
+    delete m_partFile;
+    m_partFile = nullptr;
+}
+
+void UpdaterManager::showDownload() const
+{
+    if (!m_downloadedPath.isEmpty())
+        FileManager::showItem(m_downloadedPath);
 }
 
 void UpdaterManager::fail(Failure failure)
@@ -165,9 +350,9 @@ void UpdaterManager::showWindow()
             qWarning("%s", qPrintable(component.errorString()));
             return;
         }
-        // Closing the window gives up on a check still under way.
+        // Closing the window gives up on a check or a download still under way.
         connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
-            if (!visible && m_state == Checking)
+            if (!visible && (m_state == Checking || m_state == Downloading))
                 cancel();
         });
         // Gone before the engine it was made by.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Appcast.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -11,9 +13,11 @@ class QNetworkAccessManager;
 class QNetworkReply;
 class QQmlEngine;
 class QQuickWindow;
+class QTemporaryFile;
 
-// Looks for a newer release when the user asks, and shows the answer in its own
-// window. Nothing of it exists, and nothing goes out to the network, before the first
+// Looks for a newer release when the user asks, shows the answer in its own window,
+// and on request downloads the release into the downloads folder, keeping it only
+// when its length and signature check out. Nothing of it exists, and nothing goes out to the network, before the first
 // request; from then on the one instance lives as long as the process.
 class UpdaterManager : public QObject
 {
@@ -26,18 +30,23 @@ class UpdaterManager : public QObject
     Q_PROPERTY(QString releaseNotes READ releaseNotes NOTIFY changed)
     Q_PROPERTY(QString releaseNotesText READ releaseNotesText NOTIFY changed)
     Q_PROPERTY(QString failureText READ failureText NOTIFY changed)
+    // Share of the download received, 0 to 1; -1 while its size is unknown.
+    Q_PROPERTY(double downloadProgress READ downloadProgress NOTIFY downloadProgressChanged)
+    Q_PROPERTY(QString downloadedFileName READ downloadedFileName NOTIFY changed)
 
 public:
     // Capitalised, as QML reaches enumerations only by such names.
-    enum State { Idle, Checking, UpToDate, UpdateAvailable, Failed };
+    enum State { Idle, Checking, UpToDate, UpdateAvailable, Downloading, Downloaded, Failed };
     Q_ENUM(State)
-    enum class Failure { noNetwork, badFeed };
+    enum class Failure { noNetwork, badFeed, downloadFailed, badLength, badSignature, cannotSave };
 
-    // Feeds larger than this are no feed of ours.
+    // Feeds larger than this are no feed of ours, and releases larger than this no release.
     static constexpr qint64 maxFeedBytes = 4 * 1024 * 1024;
+    static constexpr qint64 maxDownloadBytes = qint64(1) << 30;
     static constexpr int timeoutMs = 20'000;
 
-    UpdaterManager(QUrl feedUrl, QString currentVersion, QObject *parent = nullptr);
+    UpdaterManager(QUrl feedUrl, QString currentVersion, QByteArray publicKey, QObject *parent = nullptr);
+    ~UpdaterManager() override;
 
     // The process's one instance, created on first use; its windows come from `engine`.
     static UpdaterManager *shared(QQmlEngine *engine);
@@ -52,11 +61,18 @@ public:
     QString releaseNotes() const { return m_releaseNotes; }
     QString releaseNotesText() const { return m_releaseNotesText; }
     QString failureText() const { return m_failureText; }
+    double downloadProgress() const { return m_downloadProgress; }
+    QString downloadedFileName() const;
 
     // Brings the window forward; starts a check unless the window is already up.
     Q_INVOKABLE void checkForUpdates();
-    // Stops a check under way and puts the window away.
+    // Stops a check under way and puts the window away; stops a download under way
+    // and goes back to the offer.
     Q_INVOKABLE void cancel();
+    // Fetches the release on offer into the downloads folder and shows it there.
+    Q_INVOKABLE void download();
+    // Shows the downloaded release in the file manager again.
+    Q_INVOKABLE void showDownload() const;
 
     // The answer to a check: a feed as it arrived, or why none did.
     void takeFeed(const QByteArray &xml);
@@ -64,16 +80,22 @@ public:
 
 signals:
     void changed();
+    void downloadProgressChanged();
 
 private:
+    QNetworkReply *get(const QUrl &url);
     void startCheck();
     void finishReply();
+    void takeDownloadChunk();
+    void finishDownload();
+    void dropDownload();
     void abortReply();
     void showWindow();
     void setState(State state);
 
     QUrl m_feedUrl;
     QString m_currentVersion;
+    QByteArray m_publicKey;
     QPointer<QQmlEngine> m_engine;
     QPointer<QQuickWindow> m_window;
     QNetworkAccessManager *m_network = nullptr;
@@ -83,4 +105,8 @@ private:
     QString m_releaseNotes;
     QString m_releaseNotesText;
     QString m_failureText;
+    AppcastItem m_offer;
+    QTemporaryFile *m_partFile = nullptr;
+    QString m_downloadedPath;
+    double m_downloadProgress = 0;
 };

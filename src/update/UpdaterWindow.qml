@@ -3,11 +3,13 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Fikranest
 
-// The updater's own window: checking, up to date, a new release, or what went wrong.
+// The updater's own window: checking, up to date, a new release and its download,
+// or what went wrong.
 Window {
     id: window
 
     readonly property int state: UpdaterManager.state
+    readonly property bool busy: state === UpdaterManager.Checking || state === UpdaterManager.Downloading
     readonly property color textColor: "#1F2937"
     readonly property color secondaryColor: "#6B7280"
 
@@ -22,7 +24,30 @@ Window {
 
     Shortcut {
         sequence: StandardKey.Cancel
-        onActivated: window.state === UpdaterManager.Checking ? UpdaterManager.cancel() : window.close()
+        onActivated: window.busy ? UpdaterManager.cancel() : window.close()
+    }
+
+    component UpdaterButton: AppButton {
+        id: button
+
+        property bool primary: false
+
+        Layout.minimumWidth: 130
+        Accessible.name: text
+        font.pixelSize: 14
+        font.bold: true
+        contentItem: Label {
+            text: button.text
+            font: button.font
+            color: button.primary ? "white" : AppPalette.blue600
+            horizontalAlignment: Text.AlignHCenter
+        }
+        background: Rectangle {
+            radius: 10
+            color: button.primary ? AppPalette.blue600 : "white"
+            border.color: AppPalette.blue600
+            border.width: button.primary ? 0 : 1
+        }
     }
 
     Item {
@@ -49,6 +74,8 @@ Window {
                 color: window.textColor
                 text: window.state === UpdaterManager.UpToDate ? "أنت على آخر إصدار 👌"
                     : window.state === UpdaterManager.UpdateAvailable ? "فيه إصدار جديد! 🎉"
+                    : window.state === UpdaterManager.Downloading ? "جاري التنزيل... ⬇️"
+                    : window.state === UpdaterManager.Downloaded ? "التحديث وصل سليم ✅"
                     : window.state === UpdaterManager.Failed ? "ما زبطت هالمرة 🙈"
                     : "لحظة، نشيّك على التحديثات... ⏳"
             }
@@ -70,8 +97,22 @@ Window {
                       ? "الإصدار " + UpdaterManager.currentVersion + " هو أحدث شي عندنا، استانس فيه"
                     : window.state === UpdaterManager.UpdateAvailable
                       ? "الإصدار " + UpdaterManager.newVersion + " وصل، وأنت الحين على " + UpdaterManager.currentVersion
+                    : window.state === UpdaterManager.Downloading
+                      ? (UpdaterManager.downloadProgress < 0 ? "قاعدين ننزّل الإصدار " + UpdaterManager.newVersion
+                         : "نزّلنا " + Math.round(UpdaterManager.downloadProgress * 100) + "٪ من الإصدار " + UpdaterManager.newVersion)
+                    : window.state === UpdaterManager.Downloaded
+                      ? "تأكدنا من توقيعه، وحطّيناه في مجلد التنزيلات باسم " + UpdaterManager.downloadedFileName
                     : window.state === UpdaterManager.Failed ? UpdaterManager.failureText
                     : "قاعدين نسأل عن آخر إصدار، ما راح نطوّل"
+            }
+
+            ProgressBar {
+                Layout.fillWidth: true
+                visible: window.state === UpdaterManager.Downloading
+                indeterminate: UpdaterManager.downloadProgress < 0
+                value: Math.max(0, UpdaterManager.downloadProgress)
+                palette.dark: AppPalette.blue600
+                Accessible.name: "تقدّم التنزيل"
             }
 
             Rectangle {
@@ -117,27 +158,27 @@ Window {
                 }
             }
 
-            AppButton {
-                id: closeButton
-
+            RowLayout {
                 Layout.alignment: Qt.AlignHCenter
-                Layout.minimumWidth: 140
-                text: window.state === UpdaterManager.Checking ? "إلغاء"
-                    : window.state === UpdaterManager.UpdateAvailable ? "بعدين"
-                    : "تمام"
-                Accessible.name: text
-                font.pixelSize: 14
-                font.bold: true
-                onClicked: window.state === UpdaterManager.Checking ? UpdaterManager.cancel() : window.close()
-                contentItem: Label {
-                    text: closeButton.text
-                    font: closeButton.font
-                    color: "white"
-                    horizontalAlignment: Text.AlignHCenter
+                spacing: 12
+
+                UpdaterButton {
+                    visible: window.state === UpdaterManager.UpdateAvailable
+                    primary: true
+                    text: "نزّله الحين ⬇️"
+                    onClicked: UpdaterManager.download()
                 }
-                background: Rectangle {
-                    radius: 10
-                    color: AppPalette.blue600
+                UpdaterButton {
+                    visible: window.state === UpdaterManager.Downloaded
+                    text: "وريني الملف 📂"
+                    onClicked: UpdaterManager.showDownload()
+                }
+                UpdaterButton {
+                    primary: window.state !== UpdaterManager.UpdateAvailable
+                    text: window.busy ? "إلغاء"
+                        : window.state === UpdaterManager.UpdateAvailable ? "بعدين"
+                        : "تمام"
+                    onClicked: window.busy ? UpdaterManager.cancel() : window.close()
                 }
             }
         }

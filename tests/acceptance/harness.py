@@ -201,9 +201,11 @@ class Desktop:
 
     def _start_notifications(self):
         self.notifications_log = os.path.join(self.artifacts, "notifications.jsonl")
-        open(self.notifications_log, "w").close()
-        self._spawn([PYTHON, os.path.join(HERE, "fake_notifications.py"), self.notifications_log],
-                    "notifications.log")
+        self.file_manager_log = os.path.join(self.artifacts, "file-manager.jsonl")
+        for log in (self.notifications_log, self.file_manager_log):
+            open(log, "w").close()
+        self._spawn([PYTHON, os.path.join(HERE, "fake_desktop.py"), self.notifications_log,
+                     self.file_manager_log], "fake-desktop.log")
         with self.session_bus() as session:
             wait_until(lambda: session.name_has_owner("org.freedesktop.Notifications"), 30,
                        "the notification daemon")
@@ -290,6 +292,11 @@ class Desktop:
     def notifications(self):
         with open(self.notifications_log, encoding="utf-8") as f:
             return [json.loads(line) for line in f]
+
+    def shown_files(self):
+        """The URIs the program asked the file manager to show."""
+        with open(self.file_manager_log, encoding="utf-8") as f:
+            return [uri for line in f for uri in json.loads(line)["uris"]]
 
     def click_notification(self, nid, action="default"):
         """Plays the user clicking a notification the fake server is showing."""

@@ -1,17 +1,33 @@
 #!/usr/bin/python3
 """Checking for updates from the tray panel, against a feed served on 127.0.0.1."""
 
+import base64
 import contextlib
 import http.server
+import os
+import subprocess
+import tempfile
 import threading
 import unittest
 
-from harness import Desktop, wait_until
+from harness import HERE, Desktop, wait_until
 
 PANEL = "لوحة الفكرون"
 UPDATES = "تحديثات الفكرون"
 ITEM = """<item><title>{0}</title><sparkle:version>{0}</sparkle:version><description><![CDATA[{1}]]></description>
-<enclosure url="http://127.0.0.1/Fikranest-{0}.tar.gz" length="1024" type="application/gzip"/></item>"""
+<enclosure url="http://127.0.0.1:{2}/Fikranest-{0}.tar.gz" length="{3}" sparkle:edSignature="{4}"/></item>"""
+RELEASE = os.urandom(300_000)
+
+
+def signature(data):
+    """What the release's maker publishes: base64 of the file's raw Ed25519 signature."""
+    with tempfile.NamedTemporaryFile() as f:  # one-shot signing cannot read a pipe
+        f.write(data)
+        f.flush()
+        signed = subprocess.run(["openssl", "pkeyutl", "-sign", "-rawin", "-inkey",
+                                 os.path.join(HERE, "update-signing-key.pem"), "-in", f.name],
+                                capture_output=True, check=True)
+    return base64.b64encode(signed.stdout).decode()
 # Notes that would reach back to the server if anything in them were loaded.
 NOTES = """<link rel="stylesheet" href="http://127.0.0.1:{0}/style.css"><h3>تحسينات</h3>
 <ul><li>تذكير أسرع <img src="http://127.0.0.1:{0}/pixel.png"></li><li><a href="http://127.0.0.1:{0}/x">ألوان</a></li></ul>"""
@@ -21,12 +37,16 @@ class Feed(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
         self.server.paths.append(self.path)
         self.server.release.wait(20)
-        body = self.server.feed.encode()
-        self.send_response(200 if self.path == "/appcast.xml" else 404)
+        body = self.server.feed.encode() if self.path == "/appcast.xml" else self.server.files.get(self.path, b"")
+        self.send_response(200 if body else 404)
         self.send_header("Content-Length", str(len(body)))
         self.end_headers()
         with contextlib.suppress(BrokenPipeError):  # a cancelled check has hung up
-            self.wfile.write(body)
+            # Half, then the rest once the test has seen the download under way.
+            self.wfile.write(body[:len(body) // 2])
+            self.wfile.flush()
+            self.server.second_half.wait(20)
+            self.wfile.write(body[len(body) // 2:])
 
     def log_message(self, *args):
         pass
@@ -35,10 +55,14 @@ class Feed(http.server.BaseHTTPRequestHandler):
 class UpdateTest(unittest.TestCase):
     def setUp(self):
         self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Feed)
-        self.server.paths, self.server.release = [], threading.Event()
+        self.server.paths, self.server.release, self.server.second_half = [], threading.Event(), threading.Event()
         self.server.release.set()
+        self.server.second_half.set()
+        self.server.files = {"/Fikranest-1.2.tar.gz": RELEASE}
         port = self.server.server_address[1]
-        self.items = [ITEM.format("1.0", "قديم"), ITEM.format("1.2", NOTES.format(port))]
+        sign = signature(RELEASE)
+        self.items = [ITEM.format("1.0", "قديم", port, len(RELEASE), sign),
+                      ITEM.format("1.2", NOTES.format(port), port, len(RELEASE), sign)]
         self.serve(*self.items)
         threading.Thread(target=self.server.serve_forever, args=(0.1,), daemon=True).start()
         self.addCleanup(self.stop_server)
@@ -55,6 +79,7 @@ class UpdateTest(unittest.TestCase):
 
     def stop_server(self):
         self.server.release.set()
+        self.server.second_half.set()
         self.server.shutdown()
         self.server.server_close()
 
@@ -67,7 +92,7 @@ class UpdateTest(unittest.TestCase):
         self.app.wait_frame(UPDATES)
         wait_until(lambda: not self.app.frames(PANEL, showing=True), 10, "the panel to close")
 
-    def test_a_newer_release_shows_its_version_and_inert_notes(self):
+    def test_a_newer_release_shows_its_notes_and_downloads_only_when_signed(self):
         self.check("panel")
         self.app.wait_find("فيه إصدار جديد! 🎉", frame=UPDATES)
         self.app.wait_find("الإصدار 1.2 وصل، وأنت الحين على 1.1", frame=UPDATES)
@@ -81,8 +106,30 @@ class UpdateTest(unittest.TestCase):
         self.assertEqual(len(self.app.frames(UPDATES)), 1, self.app.tree())
         self.assertEqual(self.server.paths, ["/appcast.xml"])
 
+        self.server.second_half.clear()
+        self.app.press("نزّله الحين ⬇️", frame=UPDATES)
+        self.app.wait_find("نزّلنا 50٪ من الإصدار 1.2", frame=UPDATES)
+        self.desktop.screenshot("downloading")
+        self.server.second_half.set()
+        self.app.wait_find("تأكدنا من توقيعه، وحطّيناه في مجلد التنزيلات باسم Fikranest-1.2.tar.gz", frame=UPDATES)
+        self.desktop.screenshot("downloaded")
+        downloads = os.path.join(self.app.home, "Downloads")
+        with open(os.path.join(downloads, "Fikranest-1.2.tar.gz"), "rb") as f:
+            self.assertEqual(f.read(), RELEASE)
+        wait_until(lambda: self.desktop.shown_files(), 10, "the file manager to be asked")
+        self.assertEqual(self.desktop.shown_files(), [f"file://{downloads}/Fikranest-1.2.tar.gz"])
+        self.app.press("تمام", frame=UPDATES)
+
+        # The same bytes with one flipped: the signature no longer matches, and nothing is kept.
+        self.server.files["/Fikranest-1.2.tar.gz"] = RELEASE[:-1] + bytes([RELEASE[-1] ^ 1])
+        self.check()
+        self.app.press("نزّله الحين ⬇️", frame=UPDATES)
+        self.app.wait_find("توقيع الملف ما طابق 🛑 رميناه احتياطاً، لا تثبّت شي ما تعرف مصدره", frame=UPDATES)
+        self.desktop.screenshot("bad-signature")
+        self.assertEqual(os.listdir(downloads), ["Fikranest-1.2.tar.gz"])
+
     def test_same_version_a_slow_check_cancelled_a_bad_feed_and_no_server(self):
-        self.serve(self.items[0], ITEM.format("1.1", "هذا اللي عندك"))
+        self.serve(self.items[0], self.items[0].replace("1.0", "1.1"))
         self.check()
         self.app.wait_find("الإصدار 1.1 هو أحدث شي عندنا، استانس فيه", frame=UPDATES)
         self.desktop.screenshot("up-to-date")

@@ -1,7 +1,10 @@
 #include "Appcast.h"
+#include "UpdateSignature.h"
 #include "VersionOrder.h"
 
 #include <QtTest>
+
+#include <openssl/evp.h>
 
 static QByteArray feed(const QByteArray &items)
 {
@@ -96,6 +99,32 @@ private slots:
         QCOMPARE(items->front().length, 42);
         QCOMPARE(items->front().edSignature, "c2ln");
         QCOMPARE(items->back().releaseNotesHtml, QString(1024 * 1024, 'x'));
+    }
+
+    void acceptsOnlyTheKeysOwnSignatureOfTheWholeFile()
+    {
+        EVP_PKEY *key = EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519");
+        QVERIFY(key);
+        QByteArray publicKey(32, 0), signature(64, 0);
+        size_t size = 32;
+        EVP_PKEY_get_raw_public_key(key, reinterpret_cast<unsigned char *>(publicKey.data()), &size);
+        const QByteArray file(70'000, 'r');
+        EVP_MD_CTX *context = EVP_MD_CTX_new();
+        size = 64;
+        QVERIFY(EVP_DigestSignInit(context, nullptr, nullptr, nullptr, key) == 1
+                && EVP_DigestSign(context, reinterpret_cast<unsigned char *>(signature.data()), &size,
+                                  reinterpret_cast<const unsigned char *>(file.data()), size_t(file.size())) == 1);
+        EVP_MD_CTX_free(context);
+        EVP_PKEY_free(key);
+
+        const QByteArray key64 = publicKey.toBase64(), signature64 = signature.toBase64();
+        QVERIFY(UpdateSignature::verify(file, signature64, " " + key64 + "\n"));
+        QVERIFY(!UpdateSignature::verify(file.left(file.size() - 1), signature64, key64));
+        QVERIFY(!UpdateSignature::verify(file, signature64, QByteArray(32, 'k').toBase64()));
+        QVERIFY(!UpdateSignature::verify(file, signature.left(63).toBase64(), key64));
+        QVERIFY(!UpdateSignature::verify(file, {}, key64));
+        QVERIFY(!UpdateSignature::verify(file, signature64, {}));
+        QVERIFY(!UpdateSignature::verify(file, signature64, "!" + key64));
     }
 };
 

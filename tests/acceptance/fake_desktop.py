@@ -1,9 +1,10 @@
 #!/usr/bin/python3
-"""Notification daemon for the throwaway test desktop: fake_notifications.py LOG
+"""Desktop services for the throwaway test desktop: fake_desktop.py NOTIFY_LOG FILES_LOG
 
-Owns org.freedesktop.Notifications on the session bus it is started on and
-appends every Notify call to LOG, one JSON object per line, so tests can
-check exactly what the program asked the desktop to show.
+Owns org.freedesktop.Notifications and org.freedesktop.FileManager1 on the
+session bus it is started on and appends every Notify call to NOTIFY_LOG and
+every ShowItems call to FILES_LOG, one JSON object per line, so tests can
+check exactly what the program asked the desktop to do.
 """
 
 import itertools
@@ -16,6 +17,7 @@ from dbus.mainloop.glib import DBusGMainLoop
 from gi.repository import GLib
 
 NAME = "org.freedesktop.Notifications"
+FILE_MANAGER = "org.freedesktop.FileManager1"
 
 
 class Notifications(dbus.service.Object):
@@ -48,10 +50,23 @@ class Notifications(dbus.service.Object):
         self.ActionInvoked(nid, action_key)
 
 
+class FileManager(dbus.service.Object):
+    def __init__(self, bus, log_path):
+        super().__init__(bus, "/org/freedesktop/FileManager1")
+        self._log = open(log_path, "a", encoding="utf-8")
+
+    @dbus.service.method(FILE_MANAGER, in_signature="ass", out_signature="")
+    def ShowItems(self, uris, startup_id):
+        self._log.write(json.dumps(dict(uris=list(uris), startup_id=startup_id)) + "\n")
+        self._log.flush()
+
+
 if __name__ == "__main__":
     DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     server = Notifications(bus, sys.argv[1])
-    # Owning the name last means "name has an owner" == "ready to answer".
-    name = dbus.service.BusName(NAME, bus, do_not_queue=True)
+    files = FileManager(bus, sys.argv[2])
+    # Owning the names last means "name has an owner" == "ready to answer".
+    names = [dbus.service.BusName(FILE_MANAGER, bus, do_not_queue=True),
+             dbus.service.BusName(NAME, bus, do_not_queue=True)]
     GLib.MainLoop().run()
