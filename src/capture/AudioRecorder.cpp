@@ -1,37 +1,58 @@
 #include "AudioRecorder.h"
 
-#include "SpeechEngine.h"
-
-#include <QTimer>
+#include "AudioRing.h"
+#include "QtAudioInput.h"
+#include "SpeechRecognizer.h"
 
 #include <algorithm>
+#include <cstdlib>
 
-AudioRecorder::AudioRecorder(SpeechEngine *engine, QObject *parent) : QObject(parent), m_engine(engine)
+namespace {
+
+// Half a minute of audio may wait for a recogniser that fell behind.
+constexpr std::size_t requestSamples = SpeechEngine::sampleRate * 30;
+
+} // namespace
+
+AudioRecorder::AudioRecorder(SpeechRecognizer *recognizer, std::unique_ptr<AudioInput> audioEngine, QObject *parent)
+    : QObject(parent), m_speechRecognizer(recognizer), m_audioEngine(std::move(audioEngine))
 {
-    if (!m_engine)
-        return;
-    connect(m_engine, &SpeechEngine::transcribed, this, [this](const QString &text) {
-        if (m_isRecording)
-            setTranscribedText(text);
-    });
-    connect(m_engine, &SpeechEngine::levelMeasured, this, [this](float meanAbsoluteAmplitude) {
-        if (!m_isRecording)
-            return;
-        m_audioLevel = levelFor(meanAbsoluteAmplitude);
-        emit audioLevelChanged();
-    });
-    connect(m_engine, &SpeechEngine::finished, this, &AudioRecorder::stopRecording);
 }
 
 AudioRecorder::~AudioRecorder()
 {
-    if (m_engine && m_isRecording)
-        m_engine->stop();
+    // The audio thread ends first, so its tap never posts to a recorder on its way out.
+    m_audioEngine.reset();
+    stopRecording();
 }
 
 float AudioRecorder::levelFor(float meanAbsoluteAmplitude)
 {
     return std::min(meanAbsoluteAmplitude * 10.0f, 1.0f);
+}
+
+float AudioRecorder::meanAbsoluteAmplitude(std::span<const qint16> samples)
+{
+    if (samples.empty())
+        return 0;
+    qint64 sum = 0;
+    for (const qint16 sample : samples)
+        sum += std::abs(int(sample));
+    return float(double(sum) / 32768.0 / double(samples.size()));
+}
+
+SpeechRecognizer *AudioRecorder::speechRecognizer()
+{
+    if (!m_speechRecognizer)
+        m_speechRecognizer = SpeechRecognizer::shared();
+    return m_speechRecognizer;
+}
+
+AudioInput *AudioRecorder::audioEngine()
+{
+    if (!m_audioEngine)
+        m_audioEngine = std::make_unique<QtAudioInput>();
+    return m_audioEngine.get();
 }
 
 void AudioRecorder::setTranscribedText(const QString &text)
@@ -58,21 +79,48 @@ void AudioRecorder::setRecording(bool recording)
     emit isRecordingChanged();
 }
 
+void AudioRecorder::setAudioLevel(float level)
+{
+    // Announced for every buffer, same value or not, so each one is seen to arrive.
+    m_audioLevel = level;
+    emit audioLevelChanged();
+}
+
 void AudioRecorder::requestPermissions(std::function<void(bool granted)> completion)
 {
-    QTimer::singleShot(0, this, [completion = std::move(completion)] { completion(true); });
+    speechRecognizer()->prepare(this, [completion = std::move(completion)](SpeechEngine::Status status) {
+        completion(status != SpeechEngine::Status::absent);
+    });
 }
 
 void AudioRecorder::startRecording()
 {
-    if (!m_engine || !m_engine->isAvailable()) {
+    SpeechRecognizer *recognizer = speechRecognizer();
+    if (recognizer->status() != SpeechEngine::Status::ready) {
         setErrorMessage(unavailableMessage());
         return;
     }
     stopRecording();
     setTranscribedText({});
     setErrorMessage({});
-    if (!m_engine->start()) {
+
+    m_recognitionRequest = std::make_shared<AudioRing>(requestSamples);
+    m_recognitionTask = recognizer->startTask(m_recognitionRequest, this, [this](std::optional<QString> text, bool ended) {
+        // Each answer is the whole transcription so far.
+        if (text)
+            setTranscribedText(*text);
+        if (ended)
+            stopRecording();
+    });
+
+    AudioInput *input = audioEngine();
+    // Runs on the audio thread: hands the buffer over and posts the level, nothing more.
+    input->installTap([this, request = m_recognitionRequest](std::span<const qint16> samples) {
+        request->push(samples);
+        const float level = levelFor(meanAbsoluteAmplitude(samples));
+        QMetaObject::invokeMethod(this, [this, level] { setAudioLevel(level); }, Qt::QueuedConnection);
+    });
+    if (!input->start()) {
         setErrorMessage(startFailedMessage());
         return;
     }
@@ -81,7 +129,13 @@ void AudioRecorder::startRecording()
 
 void AudioRecorder::stopRecording()
 {
-    if (m_engine)
-        m_engine->stop();
+    if (m_audioEngine) {
+        m_audioEngine->stop();
+        m_audioEngine->removeTap();
+    }
+    m_recognitionRequest.reset();
+    if (m_recognitionTask && m_speechRecognizer)
+        m_speechRecognizer->cancelTask(m_recognitionTask);
+    m_recognitionTask = 0;
     setRecording(false);
 }

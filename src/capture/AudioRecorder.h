@@ -1,12 +1,17 @@
 #pragma once
 
+#include "AudioInput.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
 #include <functional>
+#include <memory>
+#include <span>
 
-class SpeechEngine;
+class AudioRing;
+class SpeechRecognizer;
 
 // Dictation for the capture sheet: the running transcription, the input level for
 // the pulsing dot, and the two failures as Arabic text.
@@ -21,14 +26,18 @@ class AudioRecorder : public QObject
     Q_PROPERTY(float audioLevel READ audioLevel NOTIFY audioLevelChanged)
 
 public:
-    // Without an engine every start reports that recognition is unavailable.
-    explicit AudioRecorder(SpeechEngine *engine = nullptr, QObject *parent = nullptr);
+    // Without a recogniser or a microphone of its own, the recorder uses the process's
+    // recogniser and the default input, from its first recording on.
+    explicit AudioRecorder(SpeechRecognizer *recognizer = nullptr, std::unique_ptr<AudioInput> audioEngine = {},
+                           QObject *parent = nullptr);
     ~AudioRecorder() override;
 
     static QString unavailableMessage() { return QStringLiteral("التعرف على الكلام غير متوفر"); }
     static QString startFailedMessage() { return QStringLiteral("خطأ في تشغيل التسجيل"); }
     // Loudness for the indicator: mean absolute amplitude × 10, capped at 1.
     static float levelFor(float meanAbsoluteAmplitude);
+    // Mean absolute amplitude of 16-bit samples, in 0...1; 0 for no samples.
+    static float meanAbsoluteAmplitude(std::span<const qint16> samples);
 
     bool isRecording() const { return m_isRecording; }
     QString transcribedText() const { return m_transcribedText; }
@@ -36,8 +45,9 @@ public:
     QString errorMessage() const { return m_errorMessage; }
     float audioLevel() const { return m_audioLevel; }
 
-    // Recognition runs on this machine, so only the microphone matters; the answer
-    // still arrives later, on the main thread, as the callers expect.
+    // The microphone needs no asking; speech counts as allowed when a recogniser is
+    // installed, which the first request finds out by loading it. The answer comes
+    // later, on the main thread.
     void requestPermissions(std::function<void(bool granted)> completion);
     Q_INVOKABLE void startRecording();
     Q_INVOKABLE void stopRecording();
@@ -51,8 +61,15 @@ signals:
 private:
     void setErrorMessage(const QString &message);
     void setRecording(bool recording);
+    void setAudioLevel(float level);
+    SpeechRecognizer *speechRecognizer();
+    AudioInput *audioEngine();
 
-    QPointer<SpeechEngine> m_engine;
+    QPointer<SpeechRecognizer> m_speechRecognizer;
+    std::unique_ptr<AudioInput> m_audioEngine;
+    // The running recording's audio on its way to the recogniser, and its task.
+    std::shared_ptr<AudioRing> m_recognitionRequest;
+    quint64 m_recognitionTask = 0;
     bool m_isRecording = false;
     QString m_transcribedText;
     QString m_errorMessage;

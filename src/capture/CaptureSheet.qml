@@ -142,7 +142,9 @@ Rectangle {
                 Layout.leftMargin: 20
                 Layout.rightMargin: 20
                 verticalPadding: 14
-                text: sheetModel.recorder.isRecording ? "جاري التسجيل... اضغط للإيقاف" : "سجّل صوتياً 🎙️"
+                text: sheetModel.recorder.isRecording ? "جاري التسجيل... اضغط للإيقاف"
+                    : sheetModel.preparingVoice ? "لحظة، نجهّز التعرف على الكلام... ⏳"
+                    : "سجّل صوتياً 🎙️"
                 font.pixelSize: 15
                 font.weight: Font.Medium
                 onClicked: sheetModel.tapVoiceButton()

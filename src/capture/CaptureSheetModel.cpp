@@ -24,7 +24,7 @@ CaptureSheetModel::CaptureSheetModel(IdeaStore *store, NotificationCenter *notif
     : QObject(parent),
       m_store(store),
       m_notifications(notifications),
-      m_recorder(nullptr, this),
+      m_recorder(nullptr, {}, this),
       // Most of what people throw in here is a passing thought: the record's own default.
       m_selectedCategory(Vocabulary::defaultCategory())
 {
@@ -97,9 +97,15 @@ void CaptureSheetModel::tapVoiceButton()
         m_recorder.stopRecording();
         return;
     }
+    if (m_preparingVoice)
+        return;
+    m_preparingVoice = true;
+    emit preparingVoiceChanged();
     m_recorder.requestPermissions([recorder = QPointer<AudioRecorder>(&m_recorder), this](bool granted) {
         if (!recorder)
             return;
+        m_preparingVoice = false;
+        emit preparingVoiceChanged();
         if (granted)
             recorder->startRecording();
         else

@@ -25,6 +25,8 @@ class CaptureSheetModel : public QObject
     Q_PROPERTY(bool showPermissionAlert READ showPermissionAlert WRITE setShowPermissionAlert
                    NOTIFY showPermissionAlertChanged)
     Q_PROPERTY(AudioRecorder *recorder READ recorder CONSTANT)
+    // The recogniser is being loaded after a tap on the voice button; it can take seconds.
+    Q_PROPERTY(bool preparingVoice READ preparingVoice NOTIFY preparingVoiceChanged)
     Q_PROPERTY(QString saveError READ saveError NOTIFY saveErrorChanged)
 
 public:
@@ -49,6 +51,7 @@ public:
     bool showPermissionAlert() const { return m_showPermissionAlert; }
     void setShowPermissionAlert(bool show);
     AudioRecorder *recorder() { return &m_recorder; }
+    bool preparingVoice() const { return m_preparingVoice; }
     QString saveError() const { return m_saveError; }
 
     // Tapping the chosen reminder again clears it.
@@ -65,6 +68,7 @@ signals:
     void selectedReminderChanged();
     void showPermissionAlertChanged();
     void saveErrorChanged();
+    void preparingVoiceChanged();
 
 private:
     QPointer<IdeaStore> m_store;
@@ -74,5 +78,6 @@ private:
     QString m_selectedCategory;
     int m_selectedReminder = -1;
     bool m_showPermissionAlert = false;
+    bool m_preparingVoice = false;
     QString m_saveError;
 };

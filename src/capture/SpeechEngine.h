@@ -1,29 +1,39 @@
 #pragma once
 
-#include <QObject>
 #include <QString>
 
-// Microphone capture and Arabic speech-to-text, behind one small interface so the
-// recorder never sees audio or recogniser headers.
-class SpeechEngine : public QObject
+#include <optional>
+#include <span>
+
+// An offline speech-to-text engine for Arabic. It is used from the one recognition
+// thread only, never from the main thread or the audio thread, so implementations
+// need no locking and may take their time.
+class SpeechEngine
 {
-    Q_OBJECT
-
 public:
-    using QObject::QObject;
+    enum class Status {
+        ready,
+        // No recogniser on this machine: its library or model is missing or would not load.
+        absent,
+        // Present, but it cannot run now.
+        unavailable,
+    };
 
-    // False when no recogniser or no Arabic model is installed.
-    virtual bool isAvailable() const = 0;
-    // Opens the microphone and starts recognising; false when capture cannot start.
-    virtual bool start() = 0;
-    // Safe to call when nothing runs.
-    virtual void stop() = 0;
+    // Audio is always 16 kHz mono, 16-bit signed.
+    static constexpr int sampleRate = 16000;
 
-signals:
-    // The best transcription so far of the running recording; each replaces the last.
-    void transcribed(const QString &text);
-    // Mean absolute amplitude of one buffer of samples in [-1, 1].
-    void levelMeasured(float meanAbsoluteAmplitude);
-    // Recognition ended, normally or with an error.
-    void finished();
+    virtual ~SpeechEngine() = default;
+
+    // Gets ready to recognise; slow the first time (a model can take seconds to load),
+    // instant after.
+    virtual Status load() = 0;
+    // Starts a new utterance, forgetting the last; false when it cannot.
+    virtual bool beginUtterance() = 0;
+    // The next audio of the utterance. Returns the best transcription of the whole
+    // utterance so far when it changed: each replaces the one before.
+    virtual std::optional<QString> feed(std::span<const qint16> samples) = 0;
+    // Recognition stopped by itself, with an error or at its own end; feeding is over.
+    virtual bool hasEnded() const = 0;
+    // The audio is over; whatever the engine still holds of the utterance is dropped.
+    virtual void endUtterance() = 0;
 };

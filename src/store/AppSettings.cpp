@@ -14,6 +14,13 @@ AppSettings &AppSettings::instance()
     return settings;
 }
 
+QString AppSettings::speechModelFolder()
+{
+    const QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Fikranest"),
+                             QStringLiteral("Fikranest"));
+    return settings.value(QStringLiteral("speechModelFolder")).toString();
+}
+
 AppSettings *AppSettings::create(QQmlEngine *, QJSEngine *)
 {
     QJSEngine::setObjectOwnership(&instance(), QJSEngine::CppOwnership);

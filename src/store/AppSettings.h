@@ -21,6 +21,8 @@ class AppSettings : public QObject
 
 public:
     static AppSettings &instance();
+    // The speech model folder the user chose, empty for none. Safe from any thread.
+    static QString speechModelFolder();
     static AppSettings *create(QQmlEngine *, QJSEngine *);
 
     bool hasCompletedOnboarding() const;

@@ -2,8 +2,9 @@
 #include "CaptureSheetModel.h"
 #include "FakeNotificationCenter.h"
 #include "IdeaStore.h"
-#include "SpeechEngine.h"
+#include "SpeechRecognizer.h"
 #include "TestFolders.h"
+#include "VoskSpeechEngine.h"
 
 #include <QSignalSpy>
 #include <sqlite3.h>
@@ -11,23 +12,71 @@
 
 namespace {
 
-class FakeSpeechEngine : public SpeechEngine
+// Answers from a script: each fed buffer yields the next text; past the script the
+// engine either stays quiet or reports its end.
+class ScriptedEngine : public SpeechEngine
 {
 public:
-    bool available = true;
-    bool startSucceeds = true;
-    bool running = false;
-    int starts = 0;
-    int startsWhileRunning = 0;
+    Status status = Status::ready;
+    QStringList texts;
+    bool endsAfterScript = false;
+    std::atomic<int> utterances = 0;
+    std::atomic<int> utterancesEnded = 0;
 
-    bool isAvailable() const override { return available; }
-    bool start() override
+    Status load() override { return status; }
+    bool beginUtterance() override
     {
-        ++starts;
-        startsWhileRunning += running ? 1 : 0;
-        return running = startSucceeds;
+        ++utterances;
+        m_fed = 0;
+        return true;
     }
-    void stop() override { running = false; }
+    std::optional<QString> feed(std::span<const qint16>) override
+    {
+        const int index = m_fed++;
+        if (index < texts.size())
+            return texts.at(index);
+        return std::nullopt;
+    }
+    bool hasEnded() const override { return endsAfterScript && m_fed >= texts.size(); }
+    void endUtterance() override { ++utterancesEnded; }
+
+private:
+    qsizetype m_fed = 0;
+};
+
+// A microphone the test speaks into, on the test's own thread.
+class ScriptedInput : public AudioInput
+{
+public:
+    bool opens = true;
+    bool started = false;
+    Tap tap;
+
+    void installTap(Tap newTap) override { tap = std::move(newTap); }
+    void removeTap() override { tap = nullptr; }
+    bool start() override { return started = opens; }
+    void stop() override { started = false; }
+    void speak(qint16 loudness)
+    {
+        const std::vector<qint16> buffer(framesPerBuffer, loudness);
+        if (started && tap)
+            tap(buffer);
+    }
+};
+
+struct Dictation
+{
+    ScriptedEngine *engine = new ScriptedEngine;
+    SpeechRecognizer recognizer{std::unique_ptr<SpeechEngine>(engine)};
+    ScriptedInput *input = new ScriptedInput;
+    AudioRecorder recorder{&recognizer, std::unique_ptr<AudioInput>(input)};
+
+    bool permitted()
+    {
+        std::optional<bool> answer;
+        recorder.requestPermissions([&](bool granted) { answer = granted; });
+        return QTest::qWaitFor([&] { return answer.has_value(); }) && *answer;
+    }
 };
 
 } // namespace
@@ -127,58 +176,92 @@ private slots:
     }
 
     // The sheet's recorder, on a scripted engine.
-    void levelIsTenTimesTheMeanCappedAtOne()
+    void levelIsTenTimesTheMeanAbsoluteAmplitudeCappedAtOne()
     {
         for (const auto &[mean, level] : {std::pair{0.0f, 0.0f}, {0.02f, 0.2f}, {0.1f, 1.0f}, {0.7f, 1.0f}})
             QCOMPARE(AudioRecorder::levelFor(mean), level);
+        QCOMPARE(AudioRecorder::meanAbsoluteAmplitude({}), 0.0f);
+        const std::vector<qint16> mixed{-16384, 16384, 0, 0};
+        QCOMPARE(AudioRecorder::meanAbsoluteAmplitude(mixed), 0.25f);
     }
 
     void aRecordingThatCannotStartSaysWhyAndChangesNothing()
     {
-        FakeSpeechEngine unavailable;
-        unavailable.available = false;
-        FakeSpeechEngine failing;
-        failing.startSucceeds = false;
-        for (const auto &[engine, message] : {std::pair<FakeSpeechEngine *, QString>{nullptr, "التعرف على الكلام غير متوفر"},
-                                              {&unavailable, "التعرف على الكلام غير متوفر"},
-                                              {&failing, "خطأ في تشغيل التسجيل"}}) {
-            AudioRecorder recorder(engine);
-            recorder.setTranscribedText("قديم");
-            recorder.startRecording();
-            QCOMPARE(recorder.errorMessage(), message);
-            QVERIFY(!recorder.isRecording());
-            QCOMPARE(recorder.transcribedText(), engine == &failing ? "" : "قديم");
+        Dictation absent;
+        absent.engine->status = SpeechEngine::Status::absent;
+        QVERIFY(!absent.permitted());
+        Dictation unavailable;
+        unavailable.engine->status = SpeechEngine::Status::unavailable;
+        QVERIFY(unavailable.permitted());
+        Dictation noMicrophone;
+        noMicrophone.input->opens = false;
+        QVERIFY(noMicrophone.permitted());
+        for (const auto &[dictation, message] : {std::pair{&absent, QString("التعرف على الكلام غير متوفر")},
+                                                 {&unavailable, "التعرف على الكلام غير متوفر"},
+                                                 {&noMicrophone, "خطأ في تشغيل التسجيل"}}) {
+            dictation->recorder.setTranscribedText("قديم");
+            dictation->recorder.startRecording();
+            QCOMPARE(dictation->recorder.errorMessage(), message);
+            QVERIFY(!dictation->recorder.isRecording());
+            QCOMPARE(dictation->recorder.transcribedText(), dictation == &noMicrophone ? "" : "قديم");
         }
-        QCOMPARE(unavailable.starts, 0);
     }
 
     void partialResultsReplaceEachOtherUntilTheRecognitionEnds()
     {
-        FakeSpeechEngine engine;
-        AudioRecorder recorder(&engine);
+        Dictation dictation;
+        AudioRecorder &recorder = dictation.recorder;
+        QVERIFY(dictation.permitted());
+        dictation.engine->texts = {"أول"};
         recorder.startRecording();
-        emit engine.transcribed("أول");
+        dictation.input->speak(0);
+        QTRY_COMPARE(recorder.transcribedText(), "أول");
         // Starting again tears the running one down and clears.
+        dictation.engine->texts = {"ثاني", "ثاني وثالث"};
+        dictation.engine->endsAfterScript = true;
         recorder.startRecording();
-        QCOMPARE(engine.starts, 2);
-        QCOMPARE(engine.startsWhileRunning, 0);
         QCOMPARE(recorder.transcribedText(), "");
         QVERIFY(recorder.isRecording());
+        QTRY_COMPARE(dictation.engine->utterances.load(), 2);
+        QCOMPARE(dictation.engine->utterancesEnded.load(), 1);
+
+        dictation.input->speak(16384);
+        QTRY_COMPARE(recorder.transcribedText(), "ثاني");
+        QCOMPARE(recorder.audioLevel(), 1.0f);
+        dictation.input->speak(0);
+        // The end of recognition stops the recording and keeps the last text.
+        QTRY_VERIFY(!recorder.isRecording());
+        QCOMPARE(recorder.transcribedText(), "ثاني وثالث");
+        QVERIFY(!dictation.input->started && !dictation.input->tap);
+        QCOMPARE(recorder.audioLevel(), 0.0f);
 
         QSignalSpy recording(&recorder, &AudioRecorder::isRecordingChanged);
-        emit engine.transcribed("ثاني");
-        emit engine.transcribed("ثاني وثالث");
-        emit engine.levelMeasured(0.05f);
-        QCOMPARE(recorder.audioLevel(), 0.5f);
-        emit engine.finished();
-        QVERIFY(!recorder.isRecording());
-        // Late results after the end do not sneak in; text and level stay.
-        emit engine.transcribed("متأخر");
-        QCOMPARE(recorder.transcribedText(), "ثاني وثالث");
-        QCOMPARE(recorder.audioLevel(), 0.5f);
         recorder.stopRecording();
-        QVERIFY(!engine.running);
-        QCOMPARE(recording.size(), 1);
+        QCOMPARE(recording.size(), 0);
+        QCOMPARE(recorder.transcribedText(), "ثاني وثالث");
+    }
+
+    void theVoskEngineIsAbsentWithoutItsLibraryOrAWholeModel()
+    {
+        QTemporaryDir models;
+        const QString empty = models.filePath("empty"), broken = models.filePath("broken");
+        for (const QString &folder : {empty, broken + "/am", broken + "/conf"})
+            QVERIFY(QDir().mkpath(folder));
+        for (const QString &file : {broken + "/am/final.mdl", broken + "/conf/model.conf"}) {
+            QFile garbage(file);
+            QVERIFY(garbage.open(QIODevice::WriteOnly));
+            garbage.write(QByteArray(4096, '\x7f'));
+        }
+        const QString library = QStringLiteral(FIKRANEST_TEST_VOSK_LIBRARY);
+        QVERIFY2(QFile::exists(library), "scripts/setup puts the Vosk library beside the build");
+        for (const auto &[libraries, folder] : {std::pair{QStringList{"/nowhere/libvosk.so"}, broken},
+                                                {QStringList{library}, QString()},
+                                                {QStringList{library}, empty},
+                                                {QStringList{library}, broken}}) {
+            VoskSpeechEngine engine(libraries, [folder] { return folder; });
+            QCOMPARE(engine.load(), SpeechEngine::Status::absent);
+            QVERIFY(!engine.beginUtterance());
+        }
     }
 };
 

@@ -52,7 +52,7 @@ Item {
             compare(save.background.opacity, 1)
         }
 
-        function test_dictationIsOfferedUntilUsedAndItsFailureShown() {
+        function test_dictationIsOfferedUntilUsedAndARefusalAlerted() {
             const sheet = createTemporaryObject(sheetComponent, root)
             const use = named(sheet, "useTranscribedButton")
             verify(!use.visible)
@@ -62,11 +62,10 @@ Item {
             compare(sheet.model.title, "نص منطوق")
             verify(!use.visible)
 
-            const error = named(sheet, "recorderError")
-            verify(!error.visible)
+            // No recogniser is installed where the tests run: speech counts as not allowed.
             sheet.model.tapVoiceButton()
-            tryCompare(error, "visible", true)
-            compare(error.text, "التعرف على الكلام غير متوفر")
+            tryCompare(sheet.model, "showPermissionAlert", true)
+            verify(!sheet.model.recorder.isRecording)
         }
 
         function test_keyboardSavesOnlyWithAText() {

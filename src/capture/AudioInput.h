@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <functional>
+#include <span>
+
+// The microphone. While started, the tap receives each buffer of about
+// `framesPerBuffer` frames of 16 kHz mono 16-bit audio on the audio thread; it must
+// not block or allocate there.
+class AudioInput
+{
+public:
+    using Tap = std::function<void(std::span<const qint16> samples)>;
+    static constexpr int framesPerBuffer = 1024;
+
+    virtual ~AudioInput() = default;
+
+    // Only while stopped.
+    virtual void installTap(Tap tap) = 0;
+    virtual void removeTap() = 0;
+    // Opens the default input; false when there is none or it will not open.
+    virtual bool start() = 0;
+    // No buffer reaches the tap once this returns. Safe to call when stopped.
+    virtual void stop() = 0;
+};
