@@ -28,15 +28,6 @@ class TestReminderOption : public QObject
     Q_OBJECT
 
 private slots:
-    // The chips' texts, in the order the sheet shows them.
-    void labelsInTheirOrder()
-    {
-        QStringList labels;
-        for (const ReminderOption option : ReminderOption::allCases())
-            labels << option.rawValue();
-        QCOMPARE(labels, (QStringList{"بكرة الصباح ☀️", "بكرة المساء 🌙", "بعد 3 أيام 📅", "بعد أسبوع 🗓️", "بعدين 🎲"}));
-    }
-
     void dates_data()
     {
         QTest::addColumn<QDateTime>("now");

@@ -1,0 +1,68 @@
+#!/usr/bin/python3
+"""Dictating into the capture sheet through a virtual microphone (run by with_pulseaudio.sh)."""
+
+import os
+import subprocess
+import tempfile
+import unittest
+
+from harness import Desktop, wait_until
+
+ADD = "فكرة جديدة"
+FIELD = "وش الفكرة؟"
+RECORD = "سجّل صوتياً 🎙️"
+RECORDING = "جاري التسجيل... اضغط للإيقاف"
+USE = "استخدم النص ✓"
+# What the test engine makes of any speech it hears.
+HEARD = "فكرة قلتها بصوتي"
+
+
+def recordings():
+    """Microphone streams opened by clients (the virtual microphone holds one of its own)."""
+    out = subprocess.run(["pactl", "list", "short", "source-outputs"], capture_output=True, text=True, check=True)
+    return [line for line in out.stdout.splitlines() if "module-remap-source" not in line]
+
+
+class DictationTest(unittest.TestCase):
+    def setUp(self):
+        self.desktop = self.enterContext(Desktop(self.id().split(".", 1)[1]))
+        self.app = self.desktop.app()
+        self.app.env["FIKRANEST_TEST_LOUDNESS_ENGINE"] = "1"
+        self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")
+        self.speech = os.path.join(self.enterContext(tempfile.TemporaryDirectory()), "speech.wav")
+        subprocess.run(["espeak-ng", "-v", "ar", "-w", self.speech, "عندي فكرة جديدة عن السوق"], check=True)
+
+    def offered(self):
+        button = self.app.find(USE, role="push button")
+        return bool(button) and "showing" in button["states"]
+
+    def test_speech_becomes_text_that_joins_the_title_and_closing_stops_the_microphone(self):
+        self.app.start()
+        self.app.press(ADD)
+        self.app.type_text("أول", name=FIELD)
+        self.app.press(RECORD)
+        self.app.wait_find(RECORDING)
+        self.assertEqual(len(recordings()), 1)
+        player = subprocess.Popen(["paplay", "-d", "virtmic", "--latency-msec=40", self.speech])
+        self.addCleanup(player.wait)
+        wait_until(lambda: self.offered(), 20, "the dictated text to be offered")
+        self.desktop.screenshot("recording")
+        player.wait()
+
+        self.app.press(RECORDING)
+        self.app.wait_find(RECORD)
+        wait_until(lambda: not recordings(), 10, "the microphone to close")
+        self.app.press(USE)
+        self.assertEqual(self.app.text(FIELD, role="text"), f"أول {HEARD}")
+        self.assertFalse(self.offered())
+
+        # Leaving the sheet mid-recording closes the microphone too.
+        self.app.press(RECORD)
+        self.app.wait_find(RECORDING)
+        self.desktop.xdotool("key", "Escape")
+        wait_until(lambda: not self.app.find(FIELD, role="text"), 20, "the sheet to close")
+        wait_until(lambda: not recordings(), 10, "the microphone to close")
+
+
+if __name__ == "__main__":
+    unittest.main()
