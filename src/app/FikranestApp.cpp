@@ -3,6 +3,7 @@
 #include "AppDelegate.h"
 #include "AppEvents.h"
 #include "AppSettings.h"
+#include "AutostartEntry.h"
 #include "ClockChangeWatcher.h"
 #include "DesktopNotificationCenter.h"
 #include "MenuBarExtra.h"
@@ -18,6 +19,7 @@
 #include <QQmlEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <QSystemTrayIcon>
 
 namespace {
 FikranestApp *sharedApp = nullptr;
@@ -97,16 +99,41 @@ bool FikranestApp::start(bool background)
     if (!m_menuBar->create())
         return false;
 
+    if (!AutostartEntry::keep(AutostartEntry::defaultPath(), AppSettings::instance()))
+        qWarning("fikranest: cannot write the login entry %s", qPrintable(AutostartEntry::defaultPath()));
+
     if (!background)
         openWindow(QStringLiteral("main"));
     AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
     return true;
 }
 
-void FikranestApp::handleArguments(const QStringList &arguments)
+bool FikranestApp::handle(const CommandLine &line)
 {
-    if (!arguments.contains(QStringLiteral("--background")))
+    switch (line.action) {
+    case CommandLine::Action::open:
         openWindow(QStringLiteral("main"));
+        return true;
+    case CommandLine::Action::capture:
+        openWindow(QStringLiteral("main"));
+        AppEvents::instance().postNewIdea();
+        return true;
+    case CommandLine::Action::add:
+        return m_container.store && addIdea(*m_container.store, line);
+    case CommandLine::Action::background:
+        return true;
+    case CommandLine::Action::help:
+    case CommandLine::Action::version:
+    case CommandLine::Action::invalid:
+        return false;
+    }
+    return false;
+}
+
+bool FikranestApp::addIdea(IdeaStore &store, const CommandLine &line)
+{
+    Idea idea = Idea::make(line.text, QString(), line.category, false, std::nullopt, false);
+    return store.insert(idea);
 }
 
 FikranestApp *FikranestApp::create(QQmlEngine *, QJSEngine *)
@@ -127,6 +154,10 @@ void FikranestApp::openWindow(const QString &id)
             qWarning("%s", qPrintable(component.errorString()));
             return;
         }
+        connect(m_mainWindow, &QWindow::visibleChanged, this, [this](bool visible) {
+            if (!visible)
+                mainWindowHidden();
+        });
     }
     if (m_mainWindow->windowStates() & Qt::WindowMinimized)
         m_mainWindow->showNormal();
@@ -134,6 +165,16 @@ void FikranestApp::openWindow(const QString &id)
         m_mainWindow->show();
     m_mainWindow->raise();
     m_mainWindow->requestActivate();
+}
+
+void FikranestApp::mainWindowHidden()
+{
+    // With no tray to click (stock GNOME has none), say once how to get back.
+    if (m_toldHowToComeBack || QSystemTrayIcon::isSystemTrayAvailable() || !m_notifications)
+        return;
+    m_toldHowToComeBack = true;
+    m_notifications->announce(QStringLiteral("الفكرون شغّال بالخلفية 👀"),
+                              QStringLiteral("عشان توصلك التذكيرات ⏰ ترجّعه من قائمة البرامج أو بأمر fikranest"));
 }
 
 void FikranestApp::quit()

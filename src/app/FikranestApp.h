@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudProbes.h"
+#include "CommandLine.h"
 #include "StoreContainer.h"
 
 #include <QObject>
@@ -41,8 +42,10 @@ public:
     QQuickWindow *mainWindow() const { return m_mainWindow; }
     MenuBarExtra *menuBarExtra() const { return m_menuBar.get(); }
 
-    // Arguments handed over by a later launch.
-    void handleArguments(const QStringList &arguments);
+    // What a launch asked for, this one's or a later one's; false when it could not be done.
+    bool handle(const CommandLine &line);
+    // Stores the idea a command line carries, as the sheet would without a reminder.
+    static bool addIdea(IdeaStore &store, const CommandLine &line);
 
     static FikranestApp *create(QQmlEngine *, QJSEngine *);
 
@@ -51,6 +54,8 @@ public:
     Q_INVOKABLE void quit();
 
 private:
+    void mainWindowHidden();
+
     std::unique_ptr<CloudProbes> m_probes;
     StoreContainer m_container;
     std::unique_ptr<DesktopNotificationCenter> m_notifications;
@@ -58,4 +63,5 @@ private:
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<MenuBarExtra> m_menuBar;
     QPointer<QQuickWindow> m_mainWindow;
+    bool m_toldHowToComeBack = false;
 };

@@ -23,4 +23,8 @@ ApplicationWindow {
         sequences: [StandardKey.Close]
         onActivated: window.close()
     }
+    Shortcut {
+        sequences: [StandardKey.Quit]
+        onActivated: FikranestApp.quit()
+    }
 }

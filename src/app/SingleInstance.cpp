@@ -19,6 +19,9 @@ QString runtimeFolder(const QString &folder)
 constexpr int attempts = 50;
 constexpr int attemptPauseMs = 100;
 constexpr char acknowledgement = '\x06';
+constexpr char refusal = '\x15';
+// Carrying out the arguments may mean opening a window or writing to the store.
+constexpr int answerTimeoutMs = 10'000;
 
 } // namespace
 
@@ -36,8 +39,17 @@ SingleInstance::Role SingleInstance::claim(const QStringList &arguments)
     // The lock decides who serves; a launch that loses the race keeps trying to reach
     // the winner until its socket is up.
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        if (handOver(arguments))
+        switch (handOver(arguments)) {
+        case Answer::done:
             return Role::handedOver;
+        case Answer::refused:
+            return Role::refused;
+        case Answer::silent:
+            m_error = QStringLiteral("the running instance does not answer");
+            return Role::failed;
+        case Answer::none:
+            break;
+        }
         if (m_lock.tryLock(0)) {
             QLocalServer::removeServer(m_socketPath);
             m_server.setSocketOptions(QLocalServer::UserAccessOption);
@@ -53,25 +65,27 @@ SingleInstance::Role SingleInstance::claim(const QStringList &arguments)
     return Role::failed;
 }
 
-bool SingleInstance::handOver(const QStringList &arguments)
+SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments)
 {
     QLocalSocket socket;
     socket.connectToServer(m_socketPath);
     if (!socket.waitForConnected(1000))
-        return false;
+        return Answer::none;
     QByteArray message;
     QDataStream out(&message, QIODevice::WriteOnly);
     out << arguments;
     QDataStream stream(&socket);
     stream << message;
     if (!socket.waitForBytesWritten(1000))
-        return false;
+        return Answer::none;
     while (socket.bytesAvailable() < 1) {
-        if (!socket.waitForReadyRead(3000))
-            return false;
+        if (!socket.waitForReadyRead(answerTimeoutMs))
+            return Answer::silent;
     }
     char answer = 0;
-    return socket.getChar(&answer) && answer == acknowledgement;
+    if (!socket.getChar(&answer))
+        return Answer::silent;
+    return answer == acknowledgement ? Answer::done : answer == refusal ? Answer::refused : Answer::silent;
 }
 
 void SingleInstance::accept()
@@ -88,9 +102,9 @@ void SingleInstance::accept()
             QStringList arguments;
             QDataStream in(message);
             in >> arguments;
-            socket->putChar(acknowledgement);
+            const bool done = !m_handler || m_handler(arguments);
+            socket->putChar(done ? acknowledgement : refusal);
             socket->flush();
-            emit argumentsReceived(arguments);
         });
     }
 }

@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QStringList>
 
-#include <memory>
+#include <functional>
 
 // One process per user: a later launch hands its arguments to the running one.
 class SingleInstance : public QObject
@@ -13,23 +13,29 @@ class SingleInstance : public QObject
     Q_OBJECT
 
 public:
-    enum class Role { primary, handedOver, failed };
+    // `refused`: the running instance got the arguments but could not carry them out.
+    enum class Role { primary, handedOver, refused, failed };
+    // Carries out a later launch's arguments in the running instance; false when it could not.
+    using Handler = std::function<bool(const QStringList &arguments)>;
 
     // `folder` holds the lock and the socket; the user's runtime folder by default.
     explicit SingleInstance(const QString &folder = {}, QObject *parent = nullptr);
 
     Role claim(const QStringList &arguments);
     QString errorString() const { return m_error; }
-
-signals:
-    void argumentsReceived(const QStringList &arguments);
+    // Until one is set, later launches are told yes and their arguments dropped.
+    void setHandler(Handler handler) { m_handler = std::move(handler); }
 
 private:
-    bool handOver(const QStringList &arguments);
+    // `silent`: the arguments went out but no answer came, so they must not be sent again.
+    enum class Answer { none, done, refused, silent };
+
+    Answer handOver(const QStringList &arguments);
     void accept();
 
     QString m_socketPath;
     QLockFile m_lock;
     QLocalServer m_server;
     QString m_error;
+    Handler m_handler;
 };

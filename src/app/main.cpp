@@ -1,56 +1,118 @@
 #include "CloudProbes.h"
+#include "CommandLine.h"
 #include "FikranestApp.h"
 #include "SingleInstance.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdio>
 
 Q_IMPORT_QML_PLUGIN(FikranestPlugin)
 
-int main(int argc, char *argv[])
+namespace {
+
+void name(QCoreApplication &application)
 {
-    QApplication application(argc, argv);
     application.setOrganizationName(QStringLiteral("Fikranest"));
     application.setApplicationName(QStringLiteral("Fikranest"));
-    application.setApplicationDisplayName(QStringLiteral("الفكرون"));
     application.setApplicationVersion(QStringLiteral(FIKRANEST_VERSION));
+}
+
+void complain(const QString &message)
+{
+    std::fprintf(stderr, "fikranest: %s\n", qPrintable(message));
+}
+
+// Hands the launch to the running instance; nullopt when this one is to serve.
+std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments)
+{
+    switch (instance.claim(arguments.mid(1))) {
+    case SingleInstance::Role::primary:
+        return std::nullopt;
+    case SingleInstance::Role::handedOver:
+        return 0;
+    case SingleInstance::Role::refused:
+        complain(QStringLiteral("الفكرون الشغّال ما قدر يحفظها، جرّب مرة ثانية\n"
+                                "the running Fikranest could not store it; try again"));
+        return 1;
+    case SingleInstance::Role::failed:
+        complain(QStringLiteral("cannot reach the running instance: %1").arg(instance.errorString()));
+        return 1;
+    }
+    return 1;
+}
+
+// Stores one idea, through the running instance so its list shows it at once, or
+// straight into the store when none runs. Needs no display.
+int addIdea(int argc, char *argv[], const CommandLine &line)
+{
+    QCoreApplication application(argc, argv);
+    name(application);
+    SingleInstance instance;
+    if (const std::optional<int> status = handOver(instance, application.arguments()))
+        return *status;
+    IdeaStore::Opening opening = IdeaStore::open(IdeaStore::defaultPath());
+    if (!opening.store) {
+        complain(QStringLiteral("cannot open the ideas store %1: %2").arg(IdeaStore::defaultPath(), opening.error));
+        return 1;
+    }
+    if (!FikranestApp::addIdea(*opening.store, line)) {
+        complain(IdeaStore::writeFailureMessage());
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const CommandLine line = CommandLine::parse(arguments);
+    switch (line.action) {
+    case CommandLine::Action::help:
+        std::fputs(qPrintable(CommandLine::helpText()), stdout);
+        return 0;
+    case CommandLine::Action::version:
+        std::fputs(qPrintable(CommandLine::versionText()), stdout);
+        return 0;
+    case CommandLine::Action::invalid:
+        complain(line.error + QStringLiteral("\n(fikranest --help)"));
+        return 2;
+    case CommandLine::Action::add:
+        return addIdea(argc, argv, line);
+    case CommandLine::Action::open:
+    case CommandLine::Action::background:
+    case CommandLine::Action::capture:
+        break;
+    }
+
+    QApplication application(argc, argv);
+    name(application);
+    application.setApplicationDisplayName(QStringLiteral("الفكرون"));
     application.setDesktopFileName(QStringLiteral("fikranest"));
     // Closing the main window leaves the program in the tray.
     application.setQuitOnLastWindowClosed(false);
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("الفكرون: كب فكرتك قبل لا تطير"));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption background(QStringLiteral("background"),
-                                        QStringLiteral("Start in the tray without opening the main window."));
-    parser.addOption(background);
-    parser.process(application);
-
     SingleInstance instance;
-    switch (instance.claim(application.arguments().mid(1))) {
-    case SingleInstance::Role::handedOver:
-        return 0;
-    case SingleInstance::Role::failed:
-        std::fprintf(stderr, "fikranest: cannot reach the running instance: %s\n",
-                     qPrintable(instance.errorString()));
-        return 1;
-    case SingleInstance::Role::primary:
-        break;
-    }
+    if (const std::optional<int> status = handOver(instance, arguments))
+        return *status;
 
     FikranestApp::prepare(application);
     const QString storePath = IdeaStore::defaultPath();
     FikranestApp app(std::make_unique<LocalCloudProbes>(storePath));
-    if (!app.start(parser.isSet(background))) {
+    if (!app.start(line.action == CommandLine::Action::background)) {
         if (!app.failure().isEmpty())
-            std::fprintf(stderr, "fikranest: cannot open the ideas store %s: %s\n", qPrintable(storePath),
-                         qPrintable(app.failure()));
+            complain(QStringLiteral("cannot open the ideas store %1: %2").arg(storePath, app.failure()));
         return 1;
     }
-    QObject::connect(&instance, &SingleInstance::argumentsReceived, &app, &FikranestApp::handleArguments);
+    if (line.action == CommandLine::Action::capture)
+        app.handle(line);
+    instance.setHandler([&app](const QStringList &later) {
+        return app.handle(CommandLine::parse(QStringList{QStringLiteral("fikranest")} + later));
+    });
     return application.exec();
 }

@@ -20,6 +20,16 @@ StackView {
             stack.push(detailView, {recordId: recordId, ideaId: ideaId})
     }
 
+    // The sheet asked for from outside (the command line), over whatever was showing.
+    function takeNewIdeaRequest() {
+        if (!AppEvents.takeNewIdeaRequest())
+            return
+        stack.pop(null, StackView.Immediate)
+        settingsSheet.close()
+        captureSheet.open()
+    }
+    Component.onCompleted: takeNewIdeaRequest()
+
     // An idea picked elsewhere (the tray panel) opens over whatever detail was showing.
     function showIdea(recordId, ideaId) {
         stack.pop(null, StackView.Immediate)
@@ -29,6 +39,7 @@ StackView {
     Connections {
         target: AppEvents
         function onOpenIdeaRequested(recordId, ideaId) { stack.showIdea(recordId, ideaId) }
+        function onNewIdeaRequested() { stack.takeNewIdeaRequest() }
     }
 
     IdeasListState {

@@ -253,6 +253,14 @@ void DesktopNotificationCenter::send(Pending &pending)
             });
 }
 
+void DesktopNotificationCenter::announce(const QString &title, const QString &body)
+{
+    QDBusMessage notify = QDBusMessage::createMethodCall(service, objectPath, interface, QStringLiteral("Notify"));
+    notify << QStringLiteral("الفكرون") << uint(0) << QStringLiteral("fikranest") << title << body << QStringList()
+           << QVariantMap{{QStringLiteral("desktop-entry"), QStringLiteral("fikranest")}} << qint32(-1);
+    m_bus.asyncCall(notify);
+}
+
 void DesktopNotificationCenter::sent(QDBusPendingCallWatcher *call, const QString &identifier, quint64 serial)
 {
     call->deleteLater();

@@ -55,6 +55,8 @@ public slots:
     // Shows whatever is due now and sets the timer for the next one. Call it when the
     // wall clock may have jumped.
     void reschedule();
+    // Shows a word from the program right away; nothing is kept or retried.
+    void announce(const QString &title, const QString &body);
 
 private slots:
     void onActionInvoked(uint notificationId, const QString &actionKey);

@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
+#include <utility>
+
 class QJSEngine;
 class QQmlEngine;
 
@@ -20,6 +22,13 @@ public:
     Q_INVOKABLE void postOpenMainWindow() { emit openMainWindowRequested(); }
     Q_INVOKABLE void postIdeaMarkedDone() { emit ideaMarkedDone(); }
     Q_INVOKABLE void postOpenIdea(qint64 recordId, const QString &ideaId) { emit openIdeaRequested(recordId, ideaId); }
+    void postNewIdea()
+    {
+        m_newIdeaWaiting = true;
+        emit newIdeaRequested();
+    }
+    // True once per request, for the list that takes it first: now, or when it appears.
+    Q_INVOKABLE bool takeNewIdeaRequest() { return std::exchange(m_newIdeaWaiting, false); }
 
 signals:
     // "FikranestOpenMainWindow"
@@ -27,7 +36,11 @@ signals:
     void ideaMarkedDone();
     // An idea picked outside the main window, to be shown in its detail view there.
     void openIdeaRequested(qint64 recordId, const QString &ideaId);
+    // The new-idea sheet asked for from outside the window (the command line).
+    void newIdeaRequested();
 
 private:
     AppEvents() = default;
+
+    bool m_newIdeaWaiting = false;
 };

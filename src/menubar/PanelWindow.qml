@@ -14,6 +14,10 @@ Window {
         sequence: StandardKey.Cancel
         onActivated: panelWindow.hide()
     }
+    Shortcut {
+        sequences: [StandardKey.Quit]
+        onActivated: FikranestApp.quit()
+    }
 
     MenuBarView {
         id: view

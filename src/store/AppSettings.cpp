@@ -53,6 +53,16 @@ void AppSettings::setUserName(const QString &value)
     emit userNameChanged();
 }
 
+bool AppSettings::autostartWritten() const
+{
+    return m_settings.value(QStringLiteral("autostartWritten"), false).toBool();
+}
+
+void AppSettings::setAutostartWritten()
+{
+    write(QStringLiteral("autostartWritten"), true);
+}
+
 QString AppSettings::lastSeenVersion() const
 {
     return m_settings.value(QStringLiteral("lastSeenVersion")).toString();

@@ -29,6 +29,9 @@ public:
     void setHasCompletedOnboarding(bool value);
     QString userName() const;
     void setUserName(const QString &value);
+    // Whether the login entry was ever written; once it was, its fate is the user's.
+    bool autostartWritten() const;
+    void setAutostartWritten();
     QString lastSeenVersion() const;
     void setLastSeenVersion(const QString &value);
 

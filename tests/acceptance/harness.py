@@ -114,8 +114,10 @@ def _prop(d, w, name):
 class Desktop:
     """Xvfb + private session bus + AT-SPI + notifications + tray, per test."""
 
-    def __init__(self, name):
+    def __init__(self, name, tray=True):
         root = os.environ.get("FIKRANEST_SCREENSHOT_DIR") or os.path.join(os.getcwd(), "screenshots")
+        self.with_tray = tray
+        self.tray = None
         self.artifacts = os.path.join(os.path.abspath(root), name)
         self._shots = 0
         self._stack = contextlib.ExitStack()
@@ -146,7 +148,8 @@ class Desktop:
         self._start_session_bus()
         self._start_accessibility()
         self._start_notifications()
-        self._start_tray()
+        if self.with_tray:
+            self.start_tray()
 
     def _pids_here(self, match=lambda pid: True):
         marker = f"XDG_RUNTIME_DIR={self.runtime_dir}".encode()
@@ -210,7 +213,7 @@ class Desktop:
             wait_until(lambda: session.name_has_owner("org.freedesktop.Notifications"), 30,
                        "the notification daemon")
 
-    def _start_tray(self):
+    def start_tray(self):
         self.tray = self._spawn(["trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
                                  "--height", "32", "--SetDockType", "true"], "trayer.log")
         with self.x() as d:
@@ -267,7 +270,7 @@ class Desktop:
                             continue
                         geo, pos = c.get_geometry(), c.translate_coords(root, 0, 0)
                         icons.append((-pos.x, -pos.y, geo.width, geo.height))
-            for wid, _ in self.top_level_windows(pid=self.tray.pid):
+            for wid, _ in self.top_level_windows(pid=self.tray.pid) if self.tray else []:
                 visit(d.create_resource_object("window", wid))
         return icons
 

@@ -1,0 +1,105 @@
+#include "CommandLine.h"
+
+#include "CaptureSheetModel.h"
+#include "Vocabulary.h"
+
+#include <QCommandLineParser>
+
+namespace {
+
+CommandLine invalid(const QString &arabic, const QString &english)
+{
+    CommandLine line;
+    line.action = CommandLine::Action::invalid;
+    line.error = arabic + u'\n' + english;
+    return line;
+}
+
+} // namespace
+
+CommandLine CommandLine::parse(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
+    const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
+    const QCommandLineOption background(QStringLiteral("background"));
+    const QCommandLineOption capture(QStringLiteral("capture"));
+    const QCommandLineOption add(QStringLiteral("add"), QString(), QStringLiteral("text"));
+    const QCommandLineOption category(QStringLiteral("category"), QString(), QStringLiteral("category"));
+    parser.addOptions({help, version, background, capture, add, category});
+    if (!parser.parse(arguments))
+        return invalid(QStringLiteral("ما فهمت الأمر: %1").arg(parser.errorText()), parser.errorText());
+    if (!parser.positionalArguments().isEmpty()) {
+        const QString extra = parser.positionalArguments().constFirst();
+        return invalid(QStringLiteral("ما فهمت \"%1\"، النص يجي بعد --add").arg(extra),
+                       QStringLiteral("unexpected argument \"%1\"; the text goes after --add").arg(extra));
+    }
+
+    CommandLine line;
+    if (parser.isSet(help)) {
+        line.action = Action::help;
+        return line;
+    }
+    if (parser.isSet(version)) {
+        line.action = Action::version;
+        return line;
+    }
+    const int requests = int(parser.isSet(background)) + int(parser.isSet(capture)) + int(parser.isSet(add));
+    if (requests > 1)
+        return invalid(QStringLiteral("اختار وحدة بس من --background و --capture و --add"),
+                       QStringLiteral("use only one of --background, --capture and --add"));
+    if (parser.isSet(category) && !parser.isSet(add))
+        return invalid(QStringLiteral("--category تمشي بس مع --add"), QStringLiteral("--category goes with --add only"));
+
+    if (parser.isSet(add)) {
+        line.action = Action::add;
+        line.text = CaptureSheetModel::trimmedTitle(parser.value(add));
+        line.category = parser.isSet(category) ? parser.value(category) : Vocabulary::defaultCategory();
+        if (line.text.isEmpty())
+            return invalid(QStringLiteral("الفكرة فاضية! اكتب شي بعد --add"),
+                           QStringLiteral("the idea is empty: write something after --add"));
+        if (!Vocabulary::categories().contains(line.category))
+            return invalid(QStringLiteral("ما نعرف النوع \"%1\"، اختار: %2")
+                               .arg(line.category, Vocabulary::categories().join(QStringLiteral("، "))),
+                           QStringLiteral("unknown category \"%1\"; use one of: %2")
+                               .arg(line.category, Vocabulary::categories().join(QStringLiteral(", "))));
+    } else if (parser.isSet(capture)) {
+        line.action = Action::capture;
+    } else if (parser.isSet(background)) {
+        line.action = Action::background;
+    }
+    return line;
+}
+
+QString CommandLine::helpText()
+{
+    return QStringLiteral(
+        "الفكرون: كب فكرتك قبل لا تطير 💡\n"
+        "\n"
+        "الاستخدام: fikranest [خيار]\n"
+        "  بدون خيار             يفتح النافذة\n"
+        "  --background          يشتغل في الشريط بس، عشان توصلك التذكيرات\n"
+        "  --capture             يفتح خانة الفكرة الجديدة على طول\n"
+        "  --add \"نص\"            يحفظ فكرة ويطلع بدون ما يفتح شي\n"
+        "  --category النوع       مع --add: فكرة أو مهمة أو ملاحظة (فكرة إذا ما حددت)\n"
+        "  -h, --help            هالشرح\n"
+        "  -v, --version         الإصدار\n"
+        "\n"
+        "Fikranest: dump ideas, tasks and notes before they are forgotten.\n"
+        "\n"
+        "Usage: fikranest [option]\n"
+        "  (no option)           open the window\n"
+        "  --background          stay in the tray only, so reminders arrive\n"
+        "  --capture             open the new-idea sheet straight away\n"
+        "  --add \"text\"          store one idea and exit, opening nothing\n"
+        "  --category CATEGORY   with --add: فكرة (idea, the default), مهمة (task) or ملاحظة (note)\n"
+        "  -h, --help            this help\n"
+        "  -v, --version         the version\n"
+        "\n"
+        "A running Fikranest takes these from a later launch; only one runs per user.\n");
+}
+
+QString CommandLine::versionText()
+{
+    return QStringLiteral("الفكرون (Fikranest) %1\n").arg(QStringLiteral(FIKRANEST_VERSION));
+}
