@@ -15,9 +15,13 @@ install(FILES ${PROJECT_SOURCE_DIR}/data/io.github.fikranest.Fikranest.metainfo.
 
 # Sessions read autostart entries from /etc/xdg, not /usr/etc/xdg. Deciding at install time,
 # as GNUInstallDirs does for a /usr prefix, keeps `--prefix` installs and the .deb both right.
+set(xdg "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SYSCONFDIR}/xdg")
+if(IS_ABSOLUTE "${CMAKE_INSTALL_SYSCONFDIR}")
+    set(xdg "${CMAKE_INSTALL_SYSCONFDIR}/xdg")
+endif()
 install(CODE "
-    set(fikranest_xdg \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SYSCONFDIR}/xdg\")
-    if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
+    set(fikranest_xdg \"${xdg}\")
+    if(fikranest_xdg STREQUAL \"/usr/etc/xdg\")
         set(fikranest_xdg /etc/xdg)
     endif()
     file(INSTALL DESTINATION \"\${fikranest_xdg}/autostart\" TYPE FILE
