@@ -13,20 +13,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/data/fikranest.desktop DESTINATION ${CMAKE_I
 install(FILES ${PROJECT_SOURCE_DIR}/data/io.github.fikranest.Fikranest.metainfo.xml
         DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 
-# Sessions read autostart entries from /etc/xdg, not /usr/etc/xdg. Deciding at install time,
-# as GNUInstallDirs does for a /usr prefix, keeps `--prefix` installs and the .deb both right.
-set(xdg "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SYSCONFDIR}/xdg")
-if(IS_ABSOLUTE "${CMAKE_INSTALL_SYSCONFDIR}")
-    set(xdg "${CMAKE_INSTALL_SYSCONFDIR}/xdg")
-endif()
-install(CODE "
-    set(fikranest_xdg \"${xdg}\")
-    if(fikranest_xdg STREQUAL \"/usr/etc/xdg\")
-        set(fikranest_xdg /etc/xdg)
-    endif()
-    file(INSTALL DESTINATION \"\${fikranest_xdg}/autostart\" TYPE FILE
-         RENAME fikranest.desktop FILES \"${PROJECT_SOURCE_DIR}/data/fikranest-autostart.desktop\")
-")
+# The login entry's template. Fikranest writes the user's own copy on its first start, so
+# nothing starts for users who never opened it, and switching it off stays the user's call.
+install(FILES ${PROJECT_SOURCE_DIR}/data/fikranest-autostart.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/fikranest)
 
 # Icons: the SVG for any size, a one-colour one for the tray, and PNG renders for themes
 # and toolkits that do not scale SVG.
@@ -48,8 +37,7 @@ foreach(size 16 24 32 48 64 128 256)
 endforeach()
 add_custom_target(fikranest_icons ALL DEPENDS ${icon_renders})
 
-# The .deb goes in /usr whatever this build's prefix, installing with DESTDIR so the
-# autostart rule above sees the real prefix.
+# The .deb goes in /usr whatever this build's prefix.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME fikranest)
 set(CPACK_PACKAGE_VENDOR Fikranest)

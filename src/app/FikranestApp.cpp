@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 #include <QFont>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QPalette>
 #include <QJSEngine>
 #include <QQmlComponent>
@@ -66,7 +67,10 @@ void FikranestApp::prepare(QGuiApplication &application)
     light.setColor(QPalette::ToolTipBase, QColor(0x1F, 0x29, 0x37));
     light.setColor(QPalette::ToolTipText, Qt::white);
     application.setPalette(light);
-    application.setWindowIcon(Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600)));
+    // The installed icon; run from a build, the symbol it is drawn after.
+    application.setWindowIcon(QIcon::fromTheme(
+        QStringLiteral("fikranest"),
+        Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
 }
 
 bool FikranestApp::start(bool background)
