@@ -167,7 +167,7 @@ Rectangle {
                 }
             }
 
-            TextArea {
+            AppTextArea {
                 id: titleField
 
                 objectName: "titleField"
@@ -194,7 +194,7 @@ Rectangle {
                 color: "#E5E7EB"
             }
 
-            TextArea {
+            AppTextArea {
                 id: bodyField
 
                 objectName: "bodyField"

@@ -351,8 +351,6 @@ StackView {
                 background: Rectangle {
                     radius: height / 2
                     color: AppPalette.blue600
-                    border.width: addButton.activeFocus ? 2 : 0
-                    border.color: AppPalette.blue800
                 }
             }
 

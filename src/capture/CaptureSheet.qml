@@ -115,7 +115,7 @@ Rectangle {
                 }
                 ScrollView {
                     anchors.fill: parent
-                    TextArea {
+                    AppTextArea {
                         id: titleField
 
                         objectName: "titleField"

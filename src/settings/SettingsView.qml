@@ -105,12 +105,8 @@ Rectangle {
         Keys.onEnterPressed: clicked()
         onActiveFocusChanged: if (activeFocus) view.reveal(link)
         background: Rectangle {
-            anchors.fill: parent
-            anchors.margins: -4
             radius: 8
             color: "transparent"
-            border.width: link.visualFocus ? 2 : 0
-            border.color: AppPalette.blue600
         }
     }
 
@@ -149,8 +145,6 @@ Rectangle {
             background: Rectangle {
                 radius: height / 2
                 color: "transparent"
-                border.width: closeButton.visualFocus ? 2 : 0
-                border.color: AppPalette.blue600
             }
         }
     }

@@ -96,6 +96,11 @@ class DesktopTest(OnADesktop):
         self.app._wait(lambda: self.focused(FIELD, "text"), 20, "the sheet's field to have the focus")
         self.desktop.xdotool("type", "--delay", "60", "keyboard only")
         wait_until(lambda: self.app.text(FIELD, role="text") == "keyboard only", 10, "the typed text")
+        # Tab leaves the field rather than typing into it, and Shift+Tab comes back.
+        self.desktop.xdotool("key", "Tab")
+        self.app._wait(lambda: self.focused("سجّل صوتياً 🎙️", "push button"), 10, "Tab to leave the field")
+        self.desktop.xdotool("key", "shift+Tab")
+        self.app._wait(lambda: self.focused(FIELD, "text"), 10, "Shift+Tab to come back")
         self.desktop.xdotool("key", "ctrl+Return")
         self.app.wait_find("keyboard only", role="push button")
         # Tab goes in reading order, right to left, and reaches the card.

@@ -1,0 +1,11 @@
+import QtQuick
+import QtQuick.Controls
+
+// A text area that Tab and Shift+Tab leave, as any other control, instead of typing a
+// tab into it: nobody can be kept in a field with the keyboard alone.
+TextArea {
+    id: area
+
+    Keys.onTabPressed: area.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+    Keys.onBacktabPressed: area.nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+}
