@@ -62,7 +62,10 @@ StackView {
         Shortcut {
             sequences: [StandardKey.New]
             enabled: page.StackView.status === StackView.Active
-            onActivated: captureSheet.open()
+            onActivated: {
+                LatencyTrace.begin("sheet")
+                captureSheet.open()
+            }
         }
         Shortcut {
             sequences: ["Ctrl+,"]

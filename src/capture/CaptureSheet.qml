@@ -131,6 +131,7 @@ Rectangle {
                         background: null
                         Accessible.name: "وش الفكرة؟"
                         Component.onCompleted: forceActiveFocus()
+                        onActiveFocusChanged: if (activeFocus) LatencyTrace.end("sheet", Window.window)
                     }
                 }
             }

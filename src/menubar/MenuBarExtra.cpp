@@ -1,5 +1,7 @@
 #include "MenuBarExtra.h"
 
+#include "LatencyTrace.h"
+
 #include <QCursor>
 #include <QGuiApplication>
 #include <QQmlComponent>
@@ -34,8 +36,10 @@ bool MenuBarExtra::create()
     m_tray.setIcon(QGuiApplication::windowIcon());
     m_tray.setToolTip(QStringLiteral("الفكرون"));
     connect(&m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+            LatencyTrace::instance().begin(QStringLiteral("panel"));
             togglePanel();
+        }
     });
     m_tray.show();
     return true;

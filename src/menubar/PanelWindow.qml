@@ -9,6 +9,8 @@ Window {
     height: view.implicitHeight
     flags: Qt.Tool | Qt.FramelessWindowHint
     color: "white"
+    // Its text field holds the focus, and takes the keys once the desktop activates the panel.
+    onVisibleChanged: if (visible) LatencyTrace.end("panel", panelWindow)
 
     Shortcut {
         sequence: StandardKey.Cancel
