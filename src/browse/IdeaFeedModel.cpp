@@ -9,6 +9,9 @@ IdeaFeedModel::IdeaFeedModel(IdeaListModel *active, IdeaListModel *done, QObject
 {
     follow(active, false);
     follow(done, true);
+    connect(active, &IdeaListModel::completed, this, &IdeaFeedModel::updateHeader);
+    connect(done, &IdeaListModel::totalCountChanged, this, &IdeaFeedModel::updateHeader);
+    m_headerShown = headerWanted();
 }
 
 int IdeaFeedModel::activeCount() const
@@ -16,17 +19,47 @@ int IdeaFeedModel::activeCount() const
     return m_active ? m_active->rowCount() : 0;
 }
 
-int IdeaFeedModel::doneCount() const
+int IdeaFeedModel::doneRows() const
 {
-    return m_done ? m_done->rowCount() : 0;
+    return m_headerShown && m_expanded && m_done ? m_done->rowCount() : 0;
+}
+
+bool IdeaFeedModel::headerWanted() const
+{
+    return m_active && m_done && m_active->isComplete() && m_done->totalCount() > 0;
+}
+
+// The header comes once every active idea is in and something is done, and goes with
+// the last done idea; its count follows the store.
+void IdeaFeedModel::updateHeader()
+{
+    const bool wanted = headerWanted();
+    const int header = headerRow();
+    if (wanted == m_headerShown) {
+        if (m_headerShown)
+            emit dataChanged(index(header), index(header), {DoneCountRole});
+        return;
+    }
+    const int rows = m_expanded && m_done ? m_done->rowCount() : 0;
+    if (wanted) {
+        beginInsertRows({}, header, header + rows);
+        m_headerShown = true;
+        endInsertRows();
+    } else {
+        beginRemoveRows({}, header, header + rows);
+        m_headerShown = false;
+        endRemoveRows();
+    }
 }
 
 void IdeaFeedModel::follow(IdeaListModel *source, bool isDone)
 {
     using M = QAbstractItemModel;
     connect(source, &M::modelAboutToBeReset, this, &IdeaFeedModel::beginResetModel);
-    connect(source, &M::modelReset, this, &IdeaFeedModel::endResetModel);
-
+    connect(source, &M::modelReset, this, [this] {
+        m_headerShown = headerWanted();
+        endResetModel();
+    });
     if (!isDone) {
         connect(source, &M::rowsAboutToBeInserted, this,
                 [this](const QModelIndex &, int first, int last) { beginInsertRows({}, first, last); });
@@ -40,45 +73,28 @@ void IdeaFeedModel::follow(IdeaListModel *source, bool isDone)
                 });
         return;
     }
-
-    // The header row comes with the first done idea and goes with the last one.
-    const auto headerChanged = [this] {
-        if (doneCount() > 0)
-            emit dataChanged(index(headerRow()), index(headerRow()), {DoneCountRole});
-    };
+    // Done rows are only passed on while they are on show under the header.
     connect(source, &M::rowsAboutToBeInserted, this, [this](const QModelIndex &, int first, int last) {
-        const int header = headerRow();
-        m_changeOpen = true;
-        if (doneCount() == 0)
-            beginInsertRows({}, header, m_expanded ? header + 1 + last - first : header);
-        else if (m_expanded)
-            beginInsertRows({}, header + 1 + first, header + 1 + last);
-        else
-            m_changeOpen = false;
+        m_changeOpen = m_headerShown && m_expanded;
+        if (m_changeOpen)
+            beginInsertRows({}, headerRow() + 1 + first, headerRow() + 1 + last);
     });
-    connect(source, &M::rowsInserted, this, [this, headerChanged] {
+    connect(source, &M::rowsInserted, this, [this] {
         if (std::exchange(m_changeOpen, false))
             endInsertRows();
-        headerChanged();
     });
     connect(source, &M::rowsAboutToBeRemoved, this, [this](const QModelIndex &, int first, int last) {
-        const int header = headerRow();
-        m_changeOpen = true;
-        if (doneCount() == last - first + 1)
-            beginRemoveRows({}, header, m_expanded ? header + doneCount() : header);
-        else if (m_expanded)
-            beginRemoveRows({}, header + 1 + first, header + 1 + last);
-        else
-            m_changeOpen = false;
+        m_changeOpen = m_headerShown && m_expanded;
+        if (m_changeOpen)
+            beginRemoveRows({}, headerRow() + 1 + first, headerRow() + 1 + last);
     });
-    connect(source, &M::rowsRemoved, this, [this, headerChanged] {
+    connect(source, &M::rowsRemoved, this, [this] {
         if (std::exchange(m_changeOpen, false))
             endRemoveRows();
-        headerChanged();
     });
     connect(source, &M::dataChanged, this,
             [this](const QModelIndex &from, const QModelIndex &to, const QList<int> &roles) {
-                if (m_expanded)
+                if (m_headerShown && m_expanded)
                     emit dataChanged(index(headerRow() + 1 + from.row()), index(headerRow() + 1 + to.row()), roles);
             });
 }
@@ -87,7 +103,7 @@ void IdeaFeedModel::setExpanded(bool expanded)
 {
     if (expanded == m_expanded)
         return;
-    const int count = doneCount();
+    const int count = m_headerShown && m_done ? m_done->rowCount() : 0;
     const int first = headerRow() + 1;
     if (count > 0) {
         if (expanded)
@@ -102,15 +118,34 @@ void IdeaFeedModel::setExpanded(bool expanded)
         else
             endRemoveRows();
     }
+    // Opened for the first time: its first page, straight away.
+    if (expanded && m_headerShown && m_done && m_done->rowCount() == 0)
+        m_done->fetchMore();
     emit expandedChanged();
+}
+
+bool IdeaFeedModel::canFetchMore(const QModelIndex &parent) const
+{
+    if (parent.isValid() || !m_active || !m_done)
+        return false;
+    return m_active->canFetchMore() || (m_headerShown && m_expanded && m_done->canFetchMore());
+}
+
+void IdeaFeedModel::fetchMore(const QModelIndex &parent)
+{
+    if (!canFetchMore(parent))
+        return;
+    if (m_active->canFetchMore())
+        m_active->fetchMore();
+    else
+        m_done->fetchMore();
 }
 
 int IdeaFeedModel::rowCount(const QModelIndex &parent) const
 {
     if (parent.isValid())
         return 0;
-    const int done = doneCount();
-    return activeCount() + (done > 0 ? 1 + (m_expanded ? done : 0) : 0);
+    return activeCount() + (m_headerShown ? 1 + doneRows() : 0);
 }
 
 QVariant IdeaFeedModel::data(const QModelIndex &index, int role) const
@@ -125,7 +160,7 @@ QVariant IdeaFeedModel::data(const QModelIndex &index, int role) const
     case IsDoneRole:
         return row >= header;
     case DoneCountRole:
-        return doneCount();
+        return m_done ? m_done->totalCount() : 0;
     }
     if (row < header)
         return m_active->data(m_active->index(row), role);

@@ -21,20 +21,36 @@ IdeaListModel::IdeaListModel(QObject *parent) : IdeaListModel(IdeaStore::shared(
 {
 }
 
+// Marks a change under way, announcements included: a view that asks for more rows
+// while hearing of one must wait for the next time it looks.
+class IdeaListModel::Changing
+{
+public:
+    explicit Changing(IdeaListModel &model) : m_model(model) { m_model.m_changing = true; }
+    ~Changing() { m_model.m_changing = false; }
+
+private:
+    IdeaListModel &m_model;
+};
+
 IdeaListModel::IdeaListModel(IdeaStore *store, Scope scope, QObject *parent)
     : QAbstractListModel(parent), m_store(store), m_scope(scope)
 {
     connect(this, &QAbstractItemModel::rowsInserted, this, &IdeaListModel::countChanged);
     connect(this, &QAbstractItemModel::rowsRemoved, this, &IdeaListModel::countChanged);
     connect(this, &QAbstractItemModel::modelReset, this, &IdeaListModel::countChanged);
-    if (!m_store)
+    if (!m_store) {
+        m_complete = true;
         return;
-    connect(m_store, &IdeaStore::inserted, this, &IdeaListModel::insert);
-    connect(m_store, &IdeaStore::updated, this, &IdeaListModel::onUpdated);
-    connect(m_store, &IdeaStore::removed, this, [this](const Idea &idea) {
-        if (const int row = poolRowOf(idea); row >= 0)
-            removeAt(row);
+    }
+    connect(m_store, &IdeaStore::inserted, this, [this](const Idea &idea) {
+        if (belongs(idea)) {
+            addToTotal(1);
+            insert(idea);
+        }
     });
+    connect(m_store, &IdeaStore::updated, this, &IdeaListModel::onUpdated);
+    connect(m_store, &IdeaStore::removed, this, &IdeaListModel::onRemoved);
     reload();
 }
 
@@ -60,133 +76,177 @@ void IdeaListModel::setFilter(const QString &filter)
 {
     if (filter == m_filter)
         return;
+    const IdeaStore::Selection before = selection();
     m_filter = filter;
-    beginResetModel();
-    refilter();
-    endResetModel();
+    const IdeaStore::Selection after = selection();
+    // "الكل" and no filter at all read the same rows.
+    if (after.category != before.category || after.withReminder != before.withReminder)
+        reload();
     emit filterChanged();
 }
 
-bool IdeaListModel::inScope(const Idea &idea) const
+IdeaStore::Selection IdeaListModel::selection() const
 {
-    return idea.status == (m_scope == Scope::active ? Vocabulary::active() : Vocabulary::done());
+    IdeaStore::Selection selection;
+    selection.status = m_scope == Scope::active ? Vocabulary::active() : Vocabulary::done();
+    if (m_filter == Vocabulary::reminderFilter())
+        selection.withReminder = true;
+    else if (!m_filter.isEmpty() && m_filter != Vocabulary::allFilter())
+        selection.category = m_filter;
+    return selection;
 }
 
-bool IdeaListModel::filtered() const
+bool IdeaListModel::belongs(const Idea &idea) const
 {
-    return !m_filter.isEmpty() && m_filter != Vocabulary::allFilter();
+    return idea.status == (m_scope == Scope::active ? Vocabulary::active() : Vocabulary::done())
+        && passes(idea, m_filter);
 }
 
 void IdeaListModel::reload()
 {
+    const Changing changing(*this);
     beginResetModel();
-    m_pool.clear();
-    if (m_store)
-        m_pool = m_scope == Scope::active ? m_store->activeIdeas() : m_store->doneIdeas();
-    refilter();
-    endResetModel();
-}
-
-void IdeaListModel::refilter()
-{
-    m_shown.clear();
-    if (!filtered())
-        return;
-    for (int row = 0; row < m_pool.size(); ++row) {
-        if (passes(m_pool.at(row), m_filter))
-            m_shown.append(row);
+    m_rows.clear();
+    m_complete = !m_store;
+    m_total = -1;
+    // The done ideas sit folded away under their header until someone opens it.
+    if (m_store && m_scope == Scope::active) {
+        m_rows = next(firstPage);
+        m_complete = m_rows.size() < firstPage;
     }
+    endResetModel();
+    emit totalCountChanged();
 }
 
-int IdeaListModel::poolRowFor(const Idea &idea) const
+QList<Idea> IdeaListModel::next(int limit) const
 {
-    return int(std::lower_bound(m_pool.cbegin(), m_pool.cend(), idea, comesBefore) - m_pool.cbegin());
+    return m_store->page(selection(), m_rows.isEmpty() ? std::nullopt : std::optional(m_rows.constLast()), limit);
 }
 
-int IdeaListModel::poolRowOf(const Idea &idea) const
+bool IdeaListModel::canFetchMore(const QModelIndex &parent) const
+{
+    return !parent.isValid() && !m_complete && !m_changing;
+}
+
+void IdeaListModel::fetchMore(const QModelIndex &parent)
+{
+    if (!canFetchMore(parent))
+        return;
+    const int limit = m_rows.isEmpty() ? firstPage : laterPage;
+    QList<Idea> more = next(limit);
+    m_complete = more.size() < limit;
+    if (!more.isEmpty()) {
+        const Changing changing(*this);
+        const int first = int(m_rows.size());
+        beginInsertRows({}, first, first + int(more.size()) - 1);
+        m_rows.append(std::move(more));
+        endInsertRows();
+    }
+    if (m_complete)
+        emit completed();
+}
+
+int IdeaListModel::totalCount() const
+{
+    if (m_total < 0)
+        m_total = m_complete ? int(m_rows.size()) : (m_store ? m_store->count(selection()) : 0);
+    return m_total;
+}
+
+void IdeaListModel::addToTotal(int change)
+{
+    if (m_total < 0)
+        return;
+    m_total += change;
+    emit totalCountChanged();
+}
+
+int IdeaListModel::rowFor(const Idea &idea) const
+{
+    return int(std::lower_bound(m_rows.cbegin(), m_rows.cend(), idea, comesBefore) - m_rows.cbegin());
+}
+
+int IdeaListModel::rowOf(const Idea &idea) const
 {
     // Creation times never change, so the record is almost always where its copy would go.
-    const int guess = poolRowFor(idea);
-    if (guess < m_pool.size() && m_pool.at(guess).recordId() == idea.recordId())
+    const int guess = rowFor(idea);
+    if (guess < m_rows.size() && m_rows.at(guess).recordId() == idea.recordId())
         return guess;
-    const auto found = std::find(m_pool.cbegin(), m_pool.cend(), idea);
-    return found == m_pool.cend() ? -1 : int(found - m_pool.cbegin());
-}
-
-int IdeaListModel::viewRowFor(int poolRow) const
-{
-    if (!filtered())
-        return poolRow;
-    return int(std::lower_bound(m_shown.cbegin(), m_shown.cend(), poolRow) - m_shown.cbegin());
+    const auto found = std::find(m_rows.cbegin(), m_rows.cend(), idea);
+    return found == m_rows.cend() ? -1 : int(found - m_rows.cbegin());
 }
 
 const Idea &IdeaListModel::ideaAt(int row) const
 {
-    return m_pool.at(filtered() ? m_shown.at(row) : row);
+    return m_rows.at(row);
 }
 
 void IdeaListModel::insert(const Idea &idea)
 {
-    if (!inScope(idea))
+    const int row = rowFor(idea);
+    // Older than everything read so far: it comes with a later page.
+    if (row == m_rows.size() && !m_complete)
         return;
-    const int poolRow = poolRowFor(idea);
-    const int viewRow = viewRowFor(poolRow);
-    const bool shown = passes(idea, m_filter);
-    if (shown)
-        beginInsertRows({}, viewRow, viewRow);
-    m_pool.insert(poolRow, idea);
-    if (filtered()) {
-        for (int i = viewRow; i < m_shown.size(); ++i)
-            ++m_shown[i];
-        if (shown)
-            m_shown.insert(viewRow, poolRow);
-    }
-    if (shown)
-        endInsertRows();
+    const Changing changing(*this);
+    beginInsertRows({}, row, row);
+    m_rows.insert(row, idea);
+    endInsertRows();
 }
 
-void IdeaListModel::removeAt(int poolRow)
+void IdeaListModel::removeAt(int row)
 {
-    const int viewRow = viewRowFor(poolRow);
-    const bool shown = !filtered() || (viewRow < m_shown.size() && m_shown.at(viewRow) == poolRow);
-    if (shown)
-        beginRemoveRows({}, viewRow, viewRow);
-    m_pool.removeAt(poolRow);
-    if (filtered()) {
-        if (shown)
-            m_shown.removeAt(viewRow);
-        for (int i = viewRow; i < m_shown.size(); ++i)
-            --m_shown[i];
+    const Changing changing(*this);
+    beginRemoveRows({}, row, row);
+    m_rows.removeAt(row);
+    endRemoveRows();
+}
+
+void IdeaListModel::onRemoved(const Idea &idea)
+{
+    if (const int row = rowOf(idea); row >= 0) {
+        removeAt(row);
+        addToTotal(-1);
+    } else if (!m_complete && belongs(idea)) {
+        addToTotal(-1);
     }
-    if (shown)
-        endRemoveRows();
 }
 
 void IdeaListModel::onUpdated(const Idea &idea)
 {
-    const int poolRow = poolRowOf(idea);
-    if (poolRow < 0) {
+    const int row = rowOf(idea);
+    if (row < 0) {
+        if (!belongs(idea))
+            return;
+        // Not read yet: it may have been here all along, or only now have come in.
+        if (m_complete) {
+            addToTotal(1);
+        } else if (m_total >= 0) {
+            m_total = -1;
+            emit totalCountChanged();
+        }
         insert(idea);
         return;
     }
-    const Idea &old = m_pool.at(poolRow);
-    if (!inScope(idea) || old.createdAt != idea.createdAt || passes(old, m_filter) != passes(idea, m_filter)) {
-        removeAt(poolRow);
-        insert(idea);
+    const Idea &old = m_rows.at(row);
+    if (!belongs(idea) || old.createdAt != idea.createdAt) {
+        removeAt(row);
+        if (belongs(idea)) {
+            insert(idea);
+        } else {
+            addToTotal(-1);
+        }
         return;
     }
-    m_pool[poolRow] = idea;
-    if (passes(idea, m_filter)) {
-        const QModelIndex changed = index(viewRowFor(poolRow));
-        emit dataChanged(changed, changed);
-    }
+    m_rows[row] = idea;
+    const QModelIndex changed = index(row);
+    emit dataChanged(changed, changed);
 }
 
 int IdeaListModel::rowCount(const QModelIndex &parent) const
 {
     if (parent.isValid())
         return 0;
-    return int(filtered() ? m_shown.size() : m_pool.size());
+    return int(m_rows.size());
 }
 
 QVariant IdeaListModel::data(const QModelIndex &index, int role) const

@@ -392,6 +392,55 @@ QList<Idea> IdeaStore::newestActiveIdeas(int limit) const
     return select(sql.constData());
 }
 
+namespace {
+
+// The WHERE clause of a selection, with ?1 the status, ?2 the category and ?3 whether
+// only ideas with a reminder count.
+const char *const selectionClause =
+    " WHERE status = ?1 AND (?2 = '' OR category = ?2) AND (?3 = 0 OR hasReminder != 0)";
+
+void bindSelection(sqlite3_stmt *statement, const IdeaStore::Selection &selection)
+{
+    bindText(statement, 1, selection.status);
+    bindText(statement, 2, selection.category);
+    sqlite3_bind_int(statement, 3, selection.withReminder ? 1 : 0);
+}
+
+} // namespace
+
+QList<Idea> IdeaStore::page(const Selection &selection, const std::optional<Idea> &after, int limit) const
+{
+    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns + " FROM Idea" + selectionClause
+        + " AND (?4 IS NULL OR createdAt < ?4 OR (createdAt = ?4 AND rowid < ?5))"
+          " ORDER BY createdAt DESC, rowid DESC LIMIT ?6";
+    QList<Idea> ideas;
+    sqlite3_stmt *statement = nullptr;
+    if (sqlite3_prepare_v2(m_db, sql.constData(), -1, &statement, nullptr) != SQLITE_OK)
+        return ideas;
+    bindSelection(statement, selection);
+    if (after) {
+        sqlite3_bind_int64(statement, 4, after->createdAt.toMSecsSinceEpoch());
+        sqlite3_bind_int64(statement, 5, after->recordId());
+    }
+    sqlite3_bind_int(statement, 6, qMax(0, limit));
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        ideas.append(readRow(statement));
+    sqlite3_finalize(statement);
+    return ideas;
+}
+
+int IdeaStore::count(const Selection &selection) const
+{
+    static const QByteArray sql = QByteArray("SELECT count(*) FROM Idea") + selectionClause;
+    sqlite3_stmt *statement = nullptr;
+    if (sqlite3_prepare_v2(m_db, sql.constData(), -1, &statement, nullptr) != SQLITE_OK)
+        return 0;
+    bindSelection(statement, selection);
+    const int counted = sqlite3_step(statement) == SQLITE_ROW ? sqlite3_column_int(statement, 0) : 0;
+    sqlite3_finalize(statement);
+    return counted;
+}
+
 QList<Idea> IdeaStore::doneIdeas() const
 {
     static const QByteArray sql = QByteArray("SELECT rowid, ") + columns

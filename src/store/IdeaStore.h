@@ -53,6 +53,19 @@ public:
     // The `limit` newest active ideas, without reading the rest.
     QList<Idea> newestActiveIdeas(int limit) const;
 
+    // Which ideas a list shows: one status, and maybe one category or only those with
+    // a reminder.
+    struct Selection
+    {
+        QString status;
+        QString category; // empty: any
+        bool withReminder = false;
+    };
+    // Up to `limit` of the selected ideas, newest first, from just after `after` on.
+    // With no index to lean on, each call reads the table once, whatever the limit.
+    QList<Idea> page(const Selection &selection, const std::optional<Idea> &after, int limit) const;
+    int count(const Selection &selection) const;
+
     // The one the application opened at start-up, which the screens' models use.
     static void setShared(IdeaStore *store);
     static IdeaStore *shared();
