@@ -1,5 +1,5 @@
-// Store costs at 1,000, 10,000 and 100,000 ideas: opening, the newest-first read,
-// inserting one idea and completing one.
+// Store costs at 1,000, 10,000 and 100,000 ideas: opening, the newest-first reads (all,
+// and the first page the list shows), counting, inserting one idea and completing one.
 #include "BenchStore.h"
 #include "IdeaStore.h"
 #include "Vocabulary.h"
@@ -40,6 +40,22 @@ void readActiveNewestFirst(benchmark::State &state)
         benchmark::DoNotOptimize(store->activeIdeas());
 }
 
+void firstPageOfTheList(benchmark::State &state)
+{
+    auto store = IdeaStore::open(storeWith(int(state.range(0)))).store;
+    const IdeaStore::Selection active{Vocabulary::active(), {}, false};
+    for (auto _ : state)
+        benchmark::DoNotOptimize(store->page(active, std::nullopt, 60));
+}
+
+void countDone(benchmark::State &state)
+{
+    auto store = IdeaStore::open(storeWith(int(state.range(0)))).store;
+    const IdeaStore::Selection done{Vocabulary::done(), {}, false};
+    for (auto _ : state)
+        benchmark::DoNotOptimize(store->count(done));
+}
+
 void insertOne(benchmark::State &state)
 {
     auto store = IdeaStore::open(storeWith(int(state.range(0)))).store;
@@ -68,6 +84,8 @@ BENCHMARK(openOnly)->SIZES;
 BENCHMARK(openAndReadAll)->SIZES;
 BENCHMARK(readAllNewestFirst)->SIZES;
 BENCHMARK(readActiveNewestFirst)->SIZES;
+BENCHMARK(firstPageOfTheList)->SIZES;
+BENCHMARK(countDone)->SIZES;
 BENCHMARK(insertOne)->SIZES;
 BENCHMARK(toggleStatusOfOne)->SIZES;
 

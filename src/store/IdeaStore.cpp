@@ -1,5 +1,9 @@
 #include "IdeaStore.h"
 
+#include <algorithm>
+#include <functional>
+#include <vector>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -410,22 +414,68 @@ void bindSelection(sqlite3_stmt *statement, const IdeaStore::Selection &selectio
 
 QList<Idea> IdeaStore::page(const Selection &selection, const std::optional<Idea> &after, int limit) const
 {
-    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns + " FROM Idea" + selectionClause
+    // With no index, SQLite would sort whole rows to find the newest. Ideas are mostly
+    // stored in the order they were made, so the first `limit` rowids walking down are
+    // nearly the answer: a second walk over the rest hands back only what is newer
+    // than the oldest of those, and only the keepers are read whole.
+    static const QByteArray scanSql = QByteArray("SELECT rowid, createdAt FROM Idea") + selectionClause
         + " AND (?4 IS NULL OR createdAt < ?4 OR (createdAt = ?4 AND rowid < ?5))"
-          " ORDER BY createdAt DESC, rowid DESC LIMIT ?6";
+          " AND (?6 IS NULL OR rowid < ?6) AND (?7 IS NULL OR createdAt > ?7 OR (createdAt = ?7 AND rowid > ?8))"
+          " ORDER BY rowid DESC";
+    static const QByteArray rowSql = QByteArray("SELECT rowid, ") + columns + " FROM Idea WHERE rowid = ?";
     QList<Idea> ideas;
-    sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(m_db, sql.constData(), -1, &statement, nullptr) != SQLITE_OK)
+    if (limit <= 0)
         return ideas;
-    bindSelection(statement, selection);
+    sqlite3_stmt *scan = nullptr;
+    if (sqlite3_prepare_v2(m_db, scanSql.constData(), -1, &scan, nullptr) != SQLITE_OK)
+        return ideas;
+    bindSelection(scan, selection);
     if (after) {
-        sqlite3_bind_int64(statement, 4, after->createdAt.toMSecsSinceEpoch());
-        sqlite3_bind_int64(statement, 5, after->recordId());
+        sqlite3_bind_int64(scan, 4, after->createdAt.toMSecsSinceEpoch());
+        sqlite3_bind_int64(scan, 5, after->recordId());
     }
-    sqlite3_bind_int(statement, 6, qMax(0, limit));
-    while (sqlite3_step(statement) == SQLITE_ROW)
-        ideas.append(readRow(statement));
-    sqlite3_finalize(statement);
+
+    using Key = std::pair<qint64, qint64>; // createdAt, rowid: larger is newer
+    std::vector<Key> newest; // a heap with the oldest kept on top
+    newest.reserve(size_t(limit) + 1);
+    const auto olderOnTop = std::greater<Key>();
+    const auto keep = [&](const Key &key) {
+        if (int(newest.size()) == limit && !(newest.front() < key))
+            return;
+        newest.push_back(key);
+        std::push_heap(newest.begin(), newest.end(), olderOnTop);
+        if (int(newest.size()) > limit) {
+            std::pop_heap(newest.begin(), newest.end(), olderOnTop);
+            newest.pop_back();
+        }
+    };
+    qint64 lowestRowid = 0;
+    while (int(newest.size()) < limit && sqlite3_step(scan) == SQLITE_ROW) {
+        lowestRowid = sqlite3_column_int64(scan, 0);
+        keep({sqlite3_column_int64(scan, 1), lowestRowid});
+    }
+    if (int(newest.size()) == limit) {
+        sqlite3_reset(scan);
+        sqlite3_bind_int64(scan, 6, lowestRowid);
+        sqlite3_bind_int64(scan, 7, newest.front().first);
+        sqlite3_bind_int64(scan, 8, newest.front().second);
+        while (sqlite3_step(scan) == SQLITE_ROW)
+            keep({sqlite3_column_int64(scan, 1), sqlite3_column_int64(scan, 0)});
+    }
+    sqlite3_finalize(scan);
+
+    std::sort(newest.begin(), newest.end(), std::greater<Key>());
+    sqlite3_stmt *row = nullptr;
+    if (sqlite3_prepare_v2(m_db, rowSql.constData(), -1, &row, nullptr) != SQLITE_OK)
+        return ideas;
+    ideas.reserve(qsizetype(newest.size()));
+    for (const Key &key : newest) {
+        sqlite3_bind_int64(row, 1, key.second);
+        if (sqlite3_step(row) == SQLITE_ROW)
+            ideas.append(readRow(row));
+        sqlite3_reset(row);
+    }
+    sqlite3_finalize(row);
     return ideas;
 }
 

@@ -62,7 +62,7 @@ public:
         bool withReminder = false;
     };
     // Up to `limit` of the selected ideas, newest first, from just after `after` on.
-    // With no index to lean on, each call reads the table once, whatever the limit.
+    // With no index to lean on, each call walks the table once, whatever the limit.
     QList<Idea> page(const Selection &selection, const std::optional<Idea> &after, int limit) const;
     int count(const Selection &selection) const;
 
