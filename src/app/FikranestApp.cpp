@@ -100,8 +100,10 @@ bool FikranestApp::start(bool background)
     m_engine = std::make_unique<QQmlEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/"));
     m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
-    if (!m_menuBar->create())
-        return false;
+    m_menuBar->create();
+    // On a first run the panel is the one that hears the call to open the window.
+    if (!AppSettings::instance().hasCompletedOnboarding())
+        m_menuBar->panel();
 
     if (!AutostartEntry::keep(AutostartEntry::defaultPath(), AppSettings::instance()))
         qWarning("fikranest: cannot write the login entry %s", qPrintable(AutostartEntry::defaultPath()));

@@ -8,6 +8,7 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
+#include <QTimer>
 
 MenuBarExtra::MenuBarExtra(QQmlEngine &engine, QObject *parent) : QObject(parent), m_engine(engine)
 {
@@ -18,20 +19,8 @@ MenuBarExtra::~MenuBarExtra()
     delete m_panel;
 }
 
-bool MenuBarExtra::create()
+void MenuBarExtra::create()
 {
-    QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")));
-    m_panel = qobject_cast<QQuickWindow *>(component.create());
-    if (!m_panel) {
-        qWarning("%s", qPrintable(component.errorString()));
-        return false;
-    }
-    // Like a popover: clicking elsewhere puts it away.
-    connect(m_panel, &QWindow::activeChanged, this, [this] {
-        if (!m_panel->isActive() && m_panel->isVisible())
-            m_panel->hide();
-    });
-
     // The application's icon, drawn once at start from the same symbol.
     m_tray.setIcon(QGuiApplication::windowIcon());
     m_tray.setToolTip(QStringLiteral("الفكرون"));
@@ -42,11 +31,32 @@ bool MenuBarExtra::create()
         }
     });
     m_tray.show();
-    return true;
+    // Not on the way to the first frame, but ready before anyone reaches for it.
+    QTimer::singleShot(1000, this, [this] { panel(); });
+}
+
+QQuickWindow *MenuBarExtra::panel()
+{
+    if (m_panel)
+        return m_panel;
+    QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")));
+    m_panel = qobject_cast<QQuickWindow *>(component.create());
+    if (!m_panel) {
+        qWarning("%s", qPrintable(component.errorString()));
+        return nullptr;
+    }
+    // Like a popover: clicking elsewhere puts it away.
+    connect(m_panel, &QWindow::activeChanged, this, [this] {
+        if (!m_panel->isActive() && m_panel->isVisible())
+            m_panel->hide();
+    });
+    return m_panel;
 }
 
 void MenuBarExtra::togglePanel()
 {
+    if (!panel())
+        return;
     if (m_panel->isVisible()) {
         m_panel->hide();
         return;

@@ -18,8 +18,10 @@ public:
     explicit MenuBarExtra(QQmlEngine &engine, QObject *parent = nullptr);
     ~MenuBarExtra() override;
 
-    bool create();
-    QQuickWindow *panel() const { return m_panel; }
+    // Shows the tray icon; the panel is built on first use, or once the program is idle.
+    void create();
+    // The panel, built now if it was not yet; null if it cannot be.
+    QQuickWindow *panel();
     void togglePanel();
 
     // Where the panel goes: under (or over) the icon, inside the screen; at the

@@ -390,10 +390,7 @@ QList<Idea> IdeaStore::activeIdeas() const
 
 QList<Idea> IdeaStore::newestActiveIdeas(int limit) const
 {
-    const QByteArray sql = QByteArray("SELECT rowid, ") + columns
-        + " FROM Idea WHERE status = 'active' ORDER BY createdAt DESC, rowid DESC LIMIT "
-        + QByteArray::number(qMax(0, limit));
-    return select(sql.constData());
+    return page({QStringLiteral("active"), {}, false}, std::nullopt, limit);
 }
 
 namespace {
