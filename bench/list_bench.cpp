@@ -1,6 +1,6 @@
-// The ideas list at 100,000 ideas, end to end: a change goes through the store and the
-// list models, and with the view shown, on to the next rendered frame. Also reports
-// the resident memory with the list on screen.
+// The ideas list end to end: a change goes through the store and the list models at
+// 1,000, 10,000 and 100,000 ideas, and at 100,000 with the view shown, on to the next
+// rendered frame. Also reports the resident memory with the list on screen.
 #include "BenchStore.h"
 #include "FikranestApp.h"
 #include "IdeaListModel.h"
@@ -18,16 +18,21 @@
 
 #include <benchmark/benchmark.h>
 
+#include <map>
+
 Q_IMPORT_QML_PLUGIN(FikranestPlugin)
 
 namespace {
 
-constexpr int ideaCount = 100'000;
+constexpr int shownCount = 100'000;
 
-IdeaStore &store()
+IdeaStore &store(int count = shownCount)
 {
-    static std::unique_ptr<IdeaStore> opened = IdeaStore::open(storeWith(ideaCount)).store;
-    return *opened;
+    static std::map<int, std::unique_ptr<IdeaStore>> opened;
+    std::unique_ptr<IdeaStore> &store = opened[count];
+    if (!store)
+        store = IdeaStore::open(storeWith(count)).store;
+    return *store;
 }
 
 double residentMegabytes()
@@ -73,7 +78,7 @@ ShownList &shown()
 }
 
 // Each round changes the newest active idea, of which there are always plenty.
-void runModelRounds(benchmark::State &state, IdeasListState &list, bool render)
+void runModelRounds(benchmark::State &state, IdeasListState &list, IdeaStore &store, bool render)
 {
     const QStringList labels = Vocabulary::filterLabels();
     int label = 0;
@@ -89,7 +94,7 @@ void runModelRounds(benchmark::State &state, IdeasListState &list, bool render)
         }
         case 2: {
             Idea idea = Idea::make("فكرة جديدة", "", "فكرة", false, std::nullopt, false);
-            store().insert(idea);
+            store.insert(idea);
             break;
         }
         case 3: {
@@ -114,13 +119,14 @@ void runModelRounds(benchmark::State &state, IdeasListState &list, bool render)
 
 void throughModels(benchmark::State &state)
 {
-    IdeasListState list(&store(), nullptr, [](int, std::function<void()>) {}, SecureRandom::systemWord);
-    runModelRounds(state, list, false);
+    IdeaStore &ideas = store(int(state.range(1)));
+    IdeasListState list(&ideas, nullptr, [](int, std::function<void()>) {}, SecureRandom::systemWord);
+    runModelRounds(state, list, ideas, false);
 }
 
 void throughModelsToFrame(benchmark::State &state)
 {
-    runModelRounds(state, *shown().state, true);
+    runModelRounds(state, *shown().state, store(), true);
 }
 
 // Memory with the list on screen, before anything changes it.
@@ -134,9 +140,14 @@ void listShown(benchmark::State &state)
 } // namespace
 
 BENCHMARK(listShown)->Iterations(3)->Unit(benchmark::kMillisecond);
-// 0: filter switch, 1: mark done, 2: insert, 3: delete.
-BENCHMARK(throughModels)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
-BENCHMARK(throughModelsToFrame)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+// 0: filter switch, 1: mark done, 2: insert, 3: delete; then the number of ideas.
+BENCHMARK(throughModels)
+    ->ArgsProduct({{0, 1, 2, 3}, {1'000, 10'000, 100'000}})
+    ->ArgNames({"change", "ideas"})
+    // Fewer rounds than the smallest store has active ideas to complete or delete.
+    ->Iterations(200)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(throughModelsToFrame)->DenseRange(0, 3)->Iterations(200)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char **argv)
 {
