@@ -187,6 +187,9 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
 
     // WAL with a full sync on commit: a write that returned survives a crash of the
     // process and of the machine.
+    // Reads come straight from the mapped file rather than a copy per page, which is
+    // what walking the table for the list's newest ideas mostly is.
+    run(db, "PRAGMA mmap_size=1073741824");
     if (!run(db, "PRAGMA journal_mode=WAL") || !run(db, "PRAGMA synchronous=FULL"))
         return fail(db, sqliteError(db));
     if (empty) {
