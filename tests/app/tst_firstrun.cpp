@@ -6,8 +6,6 @@
 #include "TestFolders.h"
 
 #include <QCoreApplication>
-#include <QSettings>
-#include <QSignalSpy>
 #include <QtTest>
 
 class TestFirstRun : public QObject
@@ -62,25 +60,6 @@ private slots:
         state.appear();
         QVERIFY(state.showWhatsNew());
         QCOMPARE(AppSettings::instance().lastSeenVersion(), "1.0");
-    }
-
-    void settingsAreLiveAndPersisted()
-    {
-        AppSettings &settings = AppSettings::instance();
-        resetSettings(false, "");
-        settings.setUserName("");
-        QSignalSpy onboarded(&settings, &AppSettings::hasCompletedOnboardingChanged);
-        QSignalSpy name(&settings, &AppSettings::userNameChanged);
-        settings.setHasCompletedOnboarding(true);
-        settings.setHasCompletedOnboarding(true);
-        settings.setUserName("نورة");
-        QCOMPARE(onboarded.size(), 1);
-        QCOMPARE(name.size(), 1);
-
-        // Written through to the file under the documented keys at once.
-        const QSettings file(folders.path() + "/config/Fikranest/Fikranest.conf", QSettings::IniFormat);
-        QCOMPARE(file.value("hasCompletedOnboarding").toBool(), true);
-        QCOMPARE(file.value("userName").toString(), "نورة");
     }
 
     void onboardingStoresTheTrimmedNameAndReachesTheEndWhateverTheAnswer_data()
