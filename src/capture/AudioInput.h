@@ -3,6 +3,7 @@
 #include <QtGlobal>
 
 #include <functional>
+#include <memory>
 #include <span>
 
 // The microphone. While started, the tap receives each buffer of about
@@ -13,6 +14,7 @@ class AudioInput
 public:
     using Tap = std::function<void(std::span<const qint16> samples)>;
     static constexpr int framesPerBuffer = 1024;
+    static constexpr int sampleRate = 16000;
 
     virtual ~AudioInput() = default;
 
@@ -23,4 +25,8 @@ public:
     virtual bool start() = 0;
     // No buffer reaches the tap once this returns. Safe to call when stopped.
     virtual void stop() = 0;
+
+    // The default input, from the library beside the program or where it is installed;
+    // null when neither loads.
+    static std::unique_ptr<AudioInput> loadDefault();
 };

@@ -1,7 +1,6 @@
 #include "AudioRecorder.h"
 
 #include "AudioRing.h"
-#include "QtAudioInput.h"
 #include "SpeechRecognizer.h"
 
 #include <algorithm>
@@ -51,7 +50,7 @@ SpeechRecognizer *AudioRecorder::speechRecognizer()
 AudioInput *AudioRecorder::audioEngine()
 {
     if (!m_audioEngine)
-        m_audioEngine = std::make_unique<QtAudioInput>();
+        m_audioEngine = AudioInput::loadDefault();
     return m_audioEngine.get();
 }
 
@@ -114,6 +113,10 @@ void AudioRecorder::startRecording()
     });
 
     AudioInput *input = audioEngine();
+    if (!input) {
+        setErrorMessage(startFailedMessage());
+        return;
+    }
     // Runs on the audio thread: hands the buffer over and posts the level, nothing more.
     input->installTap([this, request = m_recognitionRequest](std::span<const qint16> samples) {
         request->push(samples);

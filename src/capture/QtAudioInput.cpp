@@ -1,6 +1,5 @@
 #include "QtAudioInput.h"
 
-#include "SpeechEngine.h"
 
 #include <QAudioDevice>
 #include <QAudioFormat>
@@ -19,7 +18,7 @@ public:
     {
         close();
         QAudioFormat format;
-        format.setSampleRate(SpeechEngine::sampleRate);
+        format.setSampleRate(AudioInput::sampleRate);
         format.setChannelCount(1);
         format.setSampleFormat(QAudioFormat::Int16);
         m_source = new QAudioSource(device, format, this);
@@ -119,4 +118,10 @@ void QtAudioInput::stop()
 {
     if (m_thread.isRunning())
         QMetaObject::invokeMethod(m_capture, [this] { m_capture->close(); }, Qt::BlockingQueuedConnection);
+}
+
+// What the program looks up after loading this library.
+extern "C" Q_DECL_EXPORT AudioInput *fikranest_create_audio_input()
+{
+    return new QtAudioInput;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AudioInput.h"
+
 #include <QString>
 
 #include <optional>
@@ -19,8 +21,8 @@ public:
         unavailable,
     };
 
-    // Audio is always 16 kHz mono, 16-bit signed.
-    static constexpr int sampleRate = 16000;
+    // Audio is always 16 kHz mono, 16-bit signed, as the microphone gives it.
+    static constexpr int sampleRate = AudioInput::sampleRate;
 
     virtual ~SpeechEngine() = default;
 
