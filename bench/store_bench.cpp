@@ -33,13 +33,6 @@ void readAllNewestFirst(benchmark::State &state)
         benchmark::DoNotOptimize(store->allIdeas());
 }
 
-void readActiveNewestFirst(benchmark::State &state)
-{
-    auto store = IdeaStore::open(storeWith(int(state.range(0)))).store;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(store->activeIdeas());
-}
-
 void firstPageOfTheList(benchmark::State &state)
 {
     auto store = IdeaStore::open(storeWith(int(state.range(0)))).store;
@@ -83,7 +76,6 @@ void toggleStatusOfOne(benchmark::State &state)
 BENCHMARK(openOnly)->SIZES;
 BENCHMARK(openAndReadAll)->SIZES;
 BENCHMARK(readAllNewestFirst)->SIZES;
-BENCHMARK(readActiveNewestFirst)->SIZES;
 BENCHMARK(firstPageOfTheList)->SIZES;
 BENCHMARK(countDone)->SIZES;
 BENCHMARK(insertOne)->SIZES;

@@ -384,13 +384,6 @@ QList<Idea> IdeaStore::allIdeas() const
     return select(sql.constData());
 }
 
-QList<Idea> IdeaStore::activeIdeas() const
-{
-    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns
-        + " FROM Idea WHERE status = 'active' ORDER BY createdAt DESC, rowid DESC";
-    return select(sql.constData());
-}
-
 QList<Idea> IdeaStore::newestActiveIdeas(int limit) const
 {
     return page({QStringLiteral("active"), {}, false}, std::nullopt, limit);
@@ -489,13 +482,6 @@ int IdeaStore::count(const Selection &selection) const
     const int counted = sqlite3_step(statement) == SQLITE_ROW ? sqlite3_column_int(statement, 0) : 0;
     sqlite3_finalize(statement);
     return counted;
-}
-
-QList<Idea> IdeaStore::doneIdeas() const
-{
-    static const QByteArray sql = QByteArray("SELECT rowid, ") + columns
-        + " FROM Idea WHERE status = 'done' ORDER BY createdAt DESC, rowid DESC";
-    return select(sql.constData());
 }
 
 void IdeaStore::setShared(IdeaStore *store)

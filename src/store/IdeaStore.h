@@ -48,8 +48,6 @@ public:
     std::optional<Idea> find(qint64 recordId, const QUuid &id) const;
     // Newest first by `createdAt`.
     QList<Idea> allIdeas() const;
-    QList<Idea> activeIdeas() const;
-    QList<Idea> doneIdeas() const;
     // The `limit` newest active ideas, without reading the rest.
     QList<Idea> newestActiveIdeas(int limit) const;
 

@@ -137,8 +137,8 @@ private slots:
         add("c", 3000);
         add("c-later-same-time", 3000);
         QCOMPARE(titles(store->allIdeas()), QStringList({"d", "c-later-same-time", "c", "b", "a"}));
-        QCOMPARE(titles(store->activeIdeas()), QStringList({"c-later-same-time", "c", "b", "a"}));
-        QCOMPARE(titles(store->doneIdeas()), QStringList({"d"}));
+        QCOMPARE(titles(store->page({"active", {}, false}, std::nullopt, 100)), QStringList({"c-later-same-time", "c", "b", "a"}));
+        QCOMPARE(titles(store->page({"done", {}, false}, std::nullopt, 100)), QStringList({"d"}));
     }
 
     void writesAnnounceThemselvesAndNeverLandOnAnotherRecord()
