@@ -21,6 +21,7 @@
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 namespace {
 FikranestApp *sharedApp = nullptr;
@@ -88,7 +89,6 @@ bool FikranestApp::start(bool background)
             status->recheck(*m_probes);
     });
 
-    // Reminders due while the program was closed go out now.
     m_notifications = std::make_unique<DesktopNotificationCenter>(DesktopNotificationCenter::defaultPath());
     NotificationCenter::setShared(m_notifications.get());
     connect(m_notifications.get(), &NotificationCenter::notificationActivated, this,
@@ -110,6 +110,7 @@ bool FikranestApp::start(bool background)
 
     if (!background)
         openWindow(QStringLiteral("main"));
+    startReminders();
     AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
     return true;
 }
@@ -171,6 +172,22 @@ void FikranestApp::openWindow(const QString &id)
         m_mainWindow->show();
     m_mainWindow->raise();
     m_mainWindow->requestActivate();
+}
+
+void FikranestApp::startReminders()
+{
+    // Reminders kept from earlier, and those due while the program was closed, wait
+    // for the window's first frame: however many there are, they never delay it.
+    // A window that is never drawn, hidden at once or covered, holds them only so long.
+    DesktopNotificationCenter *center = m_notifications.get();
+    QTimer::singleShot(m_mainWindow ? 3000 : 0, center, &DesktopNotificationCenter::start);
+    if (m_mainWindow) {
+        auto once = std::make_shared<QMetaObject::Connection>();
+        *once = connect(m_mainWindow, &QQuickWindow::frameSwapped, center, [center, once] {
+            disconnect(*once);
+            center->start();
+        }, Qt::QueuedConnection);
+    }
 }
 
 void FikranestApp::mainWindowHidden()

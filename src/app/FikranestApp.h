@@ -54,6 +54,7 @@ public:
     Q_INVOKABLE void quit();
 
 private:
+    void startReminders();
     void mainWindowHidden();
 
     std::unique_ptr<CloudProbes> m_probes;

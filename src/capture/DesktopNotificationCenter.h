@@ -5,9 +5,13 @@
 
 #include <QDBusConnection>
 #include <QDateTime>
+#include <QFile>
 #include <QHash>
 #include <QTimeZone>
 #include <QTimer>
+
+#include <deque>
+#include <future>
 
 class QDBusPendingCallWatcher;
 
@@ -19,10 +23,10 @@ class QDBusPendingCallWatcher;
 // minute skipped when clocks go forward that is the moment of the jump, and for a
 // minute that occurs twice it is the first time round.
 //
-// A request stays pending until the notification server accepts it. When there is no
-// server, or it refuses, the request waits for a server to (re)appear on the bus or
-// for the next start. Delivery is at least once: a crash between the server's
-// acceptance and the file being rewritten shows that reminder again at the next start.
+// Requests go to the server one at a time, and each one it accepts is written to a
+// journal at once, so a crash can show again at most the one that was on its way.
+// A call that fails, or that the server leaves unanswered, is tried again later,
+// waiting longer each time, and at once when a server (re)appears on the bus.
 class DesktopNotificationCenter : public NotificationCenter
 {
     Q_OBJECT
@@ -30,15 +34,18 @@ class DesktopNotificationCenter : public NotificationCenter
 public:
     using Clock = std::function<QDateTime()>;
 
-    // Loads the requests kept at `path`. A file that cannot be read in full is renamed
-    // "<path>.corrupt" (".corrupt.2" and on when that exists), never deleted, and
-    // whatever could be read from it is kept and written back to `path`; if it cannot
-    // be moved, nothing is written over it and changes live only in memory.
+    // Keeps the requests at `path`, and the journal of those shown at "<path>.shown".
+    // Nothing is read until `start()` or the first call that needs the requests. A file
+    // that cannot be read in full is renamed "<path>.corrupt" (".corrupt.2" and on when
+    // that exists), never deleted, and whatever could be read from it is kept and
+    // written back to `path`; if it cannot be moved, nothing is written over it and
+    // changes live only in memory.
     explicit DesktopNotificationCenter(const QString &path,
                                        const QDBusConnection &bus = QDBusConnection::sessionBus(),
                                        Clock clock = &AppClock::now,
                                        const QTimeZone &zone = AppClock::timeZone(),
                                        QObject *parent = nullptr);
+    ~DesktopNotificationCenter() override;
 
     // $XDG_DATA_HOME/Fikranest/reminders.json
     static QString defaultPath();
@@ -50,6 +57,10 @@ public:
     // centre is destroyed before the answer.
     void requestAuthorization(std::function<void(bool granted)> completion) override;
     QList<NotificationRequest> pendingRequests() const override;
+
+    // Reads the kept requests off the main thread, then shows what is due. Called once
+    // the main window is up, so that however many are kept, they never delay it.
+    void start();
 
 public slots:
     // Shows whatever is due now and sets the timer for the next one. Call it when the
@@ -63,12 +74,7 @@ private slots:
     void onNotificationClosed(uint notificationId, uint reason);
 
 private:
-    enum class State {
-        waiting,
-        sending,
-        // The last attempt failed: wait for a server to (re)appear.
-        held,
-    };
+    enum class State { waiting, queued, sending };
 
     struct Pending
     {
@@ -78,8 +84,27 @@ private:
         State state = State::waiting;
     };
 
-    void load();
-    void save() const;
+    struct Queued
+    {
+        QString identifier;
+        quint64 serial = 0;
+    };
+
+    // What `read` found, the due instants computed alongside.
+    struct Kept
+    {
+        QList<NotificationRequest> requests;
+        QList<QDateTime> dues;
+        bool complete = true;
+        bool journaled = false;
+    };
+    static Kept read(const QString &path, const QTimeZone &zone);
+    void ensureLoaded();
+    void load(Kept kept);
+    void save();
+    void saveSoon();
+    void journal(const NotificationRequest &request);
+    void pump();
     void send(Pending &pending);
     void sent(QDBusPendingCallWatcher *call, const QString &identifier, quint64 serial);
     void serverChanged(const QString &oldOwner, const QString &newOwner);
@@ -88,9 +113,17 @@ private:
     QDBusConnection m_bus;
     Clock m_clock;
     QTimeZone m_zone;
-    QList<Pending> m_pending;
+    enum class Loading { notStarted, reading, done } m_loading = Loading::notStarted;
+    std::future<Kept> m_reading;
+    QHash<QString, Pending> m_pending;
+    std::deque<Queued> m_queue;
+    bool m_sending = false;
+    int m_backoffMs = 0;
     quint64 m_nextSerial = 1;
+    QFile m_journal;
     QTimer m_timer;
+    QTimer m_retry;
+    QTimer m_saveTimer;
     // Notifications the current server showed for us, by its id.
     QHash<uint, QString> m_shown;
 };

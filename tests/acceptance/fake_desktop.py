@@ -25,6 +25,7 @@ class Notifications(dbus.service.Object):
         super().__init__(bus, "/org/freedesktop/Notifications")
         self._ids = itertools.count(1)
         self._log = open(log_path, "a", encoding="utf-8")
+        self._failing = False
 
     @dbus.service.method(NAME, in_signature="", out_signature="ssss")
     def GetServerInformation(self):
@@ -32,6 +33,8 @@ class Notifications(dbus.service.Object):
 
     @dbus.service.method(NAME, in_signature="susssasa{sv}i", out_signature="u", byte_arrays=True)
     def Notify(self, app_name, replaces_id, app_icon, summary, body, actions, hints, expire_timeout):
+        if self._failing:
+            raise dbus.exceptions.DBusException("out of order", name="org.freedesktop.DBus.Error.Failed")
         nid = int(replaces_id) or next(self._ids)
         entry = dict(method="Notify", id=nid, app_name=app_name, replaces_id=replaces_id, app_icon=app_icon,
                      summary=summary, body=body, actions=actions, hints=hints, expire_timeout=expire_timeout)
@@ -48,6 +51,11 @@ class Notifications(dbus.service.Object):
     @dbus.service.method(NAME + ".TestControl", in_signature="us", out_signature="")
     def InvokeAction(self, nid, action_key):
         self.ActionInvoked(nid, action_key)
+
+    # Lets a test play a server that errors on every Notify.
+    @dbus.service.method(NAME + ".TestControl", in_signature="b", out_signature="")
+    def SetFailing(self, failing):
+        self._failing = bool(failing)
 
 
 class FileManager(dbus.service.Object):

@@ -3,6 +3,9 @@
 
 import contextlib
 import datetime
+import json
+import os
+import signal
 import sqlite3
 import time
 import unittest
@@ -90,6 +93,41 @@ class CaptureTest(unittest.TestCase):
         self.desktop.click_notification(shown[0]["id"])
         self.app.wait_frame(MAIN)
         self.desktop.screenshot("window-back-from-notification")
+
+    def test_due_reminders_outlast_a_failing_server_and_a_crash_and_come_once(self):
+        count = 1000
+        past = datetime.datetime.now(zoneinfo.ZoneInfo(ZONE)) - datetime.timedelta(days=1)
+        trigger = dict(year=past.year, month=past.month, day=past.day, hour=past.hour, minute=past.minute)
+        os.makedirs(os.path.dirname(self.app.reminders_path), exist_ok=True)
+        with open(self.app.reminders_path, "w", encoding="utf-8") as f:
+            json.dump([dict(identifier=f"R{n}", title="الفكرون 🗑️", body=f"{LINES[0]} {n}", sound="", trigger=trigger)
+                       for n in range(count)], f, ensure_ascii=False)
+        with self.desktop.session_bus() as bus:
+            server = bus.get_object("org.freedesktop.Notifications", "/org/freedesktop/Notifications")
+            server.SetFailing(True, dbus_interface="org.freedesktop.Notifications.TestControl")
+            # The window comes first whatever is kept; refused reminders wait, and are
+            # tried again while the program runs.
+            self.app.start()
+            self.app.wait_frame(MAIN)
+            time.sleep(2)
+            self.assertEqual(self.desktop.notifications(), [])
+            self.assertEqual(len(self.app.pending_reminders()), count)
+            server.SetFailing(False, dbus_interface="org.freedesktop.Notifications.TestControl")
+        wait_until(lambda: len(self.desktop.notifications()) >= 50, 60, "the server to be tried again",
+                   interval=0.02)
+        os.kill(self.app.pid, signal.SIGKILL)
+        self.app.proc.wait()
+        killed_after = len(self.desktop.notifications())
+
+        self.app.start()
+        bodies = lambda: [n["body"] for n in self.desktop.notifications()]
+        wait_until(lambda: len(set(bodies())) == count, 120, "every reminder")
+        wait_until(lambda: self.app.pending_reminders() == [], 10, "nothing left waiting")
+        shown = bodies()
+        print(f"reminders: {count} due, {killed_after} shown before the kill, "
+              f"{len(shown) - count} shown twice")
+        self.assertLessEqual(len(shown) - count, 1, "only the one on its way when killed may come again")
+        self.assertTrue(killed_after < count, "the kill came after the last reminder: nothing was proven")
 
 
 if __name__ == "__main__":
