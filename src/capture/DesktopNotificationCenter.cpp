@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <tuple>
 
 #include <sys/stat.h>
@@ -121,7 +122,7 @@ void DesktopNotificationCenter::add(const NotificationRequest &request)
     const QDateTime due = firstInstant(request.trigger, m_zone);
     if (!due.isValid())
         return;
-    m_pending.insert(request.identifier, {request, due, m_nextSerial++});
+    m_pending.insert(request.identifier, {request, due.toMSecsSinceEpoch(), m_nextSerial++});
     save();
     reschedule();
 }
@@ -168,15 +169,15 @@ QList<NotificationRequest> DesktopNotificationCenter::pendingRequests() const
 void DesktopNotificationCenter::reschedule()
 {
     ensureLoaded();
-    const QDateTime now = m_clock();
-    QDateTime next;
+    const qint64 now = m_clock().toMSecsSinceEpoch();
+    std::optional<qint64> next;
     QList<Pending *> due;
     for (Pending &pending : m_pending) {
         if (pending.state != State::waiting)
             continue;
         if (pending.due <= now)
             due.append(&pending);
-        else if (!next.isValid() || pending.due < next)
+        else if (!next || pending.due < *next)
             next = pending.due;
     }
     // Oldest minute first, and in the order they were set within a minute.
@@ -187,8 +188,8 @@ void DesktopNotificationCenter::reschedule()
         pending->state = State::queued;
         m_queue.push_back({pending->request.identifier, pending->serial});
     }
-    if (next.isValid())
-        m_timer.start(std::chrono::milliseconds(std::clamp(now.msecsTo(next), qint64(0), longestWaitMs)));
+    if (next)
+        m_timer.start(std::chrono::milliseconds(std::clamp(*next - now, qint64(0), longestWaitMs)));
     else
         m_timer.stop();
     pump();
@@ -223,7 +224,7 @@ DesktopNotificationCenter::Kept DesktopNotificationCenter::read(const QString &p
     kept.journaled = contents.journaled;
     kept.dues.reserve(contents.requests.size());
     for (const NotificationRequest &request : contents.requests)
-        kept.dues.append(firstInstant(request.trigger, zone));
+        kept.dues.append(firstInstant(request.trigger, zone).toMSecsSinceEpoch());
     kept.requests = std::move(contents.requests);
     return kept;
 }

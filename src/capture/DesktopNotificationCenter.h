@@ -79,7 +79,7 @@ private:
     struct Pending
     {
         NotificationRequest request;
-        QDateTime due;
+        qint64 due = 0; // ms since the epoch, which compares far faster than a zoned QDateTime
         quint64 serial = 0; // tells a replacement from the request it replaced
         State state = State::waiting;
     };
@@ -94,7 +94,7 @@ private:
     struct Kept
     {
         QList<NotificationRequest> requests;
-        QList<QDateTime> dues;
+        QList<qint64> dues;
         bool complete = true;
         bool journaled = false;
     };

@@ -78,7 +78,7 @@ Contents read(const QByteArray &pending, const QByteArray &journal)
             continue;
         }
         // Matched by the whole request: one set again after it was shown is a new reminder.
-        if (shown.contains(journalLine(*request).chopped(1))) {
+        if (!shown.isEmpty() && shown.contains(journalLine(*request).chopped(1))) {
             contents.journaled = true;
             continue;
         }
