@@ -38,8 +38,13 @@ std::optional<int> handOver(SingleInstance &instance, const QStringList &argumen
         complain(QStringLiteral("الفكرون الشغّال ما قدر يحفظها، جرّب مرة ثانية\n"
                                 "the running Fikranest could not store it; try again"));
         return 1;
+    case SingleInstance::Role::unanswered:
+        complain(QStringLiteral("الفكرون الشغّال ما رد علينا 😴 جرّب بعد شوي، ولو علّق سكّره وشغّله من جديد"
+                                " / the running Fikranest does not answer; try again, or close it and start it anew"));
+        return 1;
     case SingleInstance::Role::failed:
-        complain(QStringLiteral("cannot reach the running instance: %1").arg(instance.errorString()));
+        complain(QStringLiteral("ما قدرنا نشغّل الفكرون 🙈\ncannot set up the single-instance socket: %1")
+                     .arg(instance.errorString()));
         return 1;
     }
     return 1;
