@@ -1,10 +1,13 @@
 #include "SingleInstance.h"
 
 #include <QDataStream>
+#include <QDateTime>
 #include <QDir>
 #include <QLocalSocket>
 #include <QStandardPaths>
 #include <QThread>
+
+#include <algorithm>
 
 namespace {
 
@@ -16,12 +19,14 @@ QString runtimeFolder(const QString &folder)
     return runtime.isEmpty() ? QDir::tempPath() : runtime;
 }
 
-constexpr int attempts = 50;
 constexpr int attemptPauseMs = 100;
 constexpr char acknowledgement = '\x06';
 constexpr char refusal = '\x15';
-// Carrying out the arguments may mean opening a window or writing to the store.
-constexpr int answerTimeoutMs = 10'000;
+
+int remainingMs(const QDeadlineTimer &deadline)
+{
+    return int(deadline.remainingTime());
+}
 
 } // namespace
 
@@ -36,17 +41,17 @@ SingleInstance::SingleInstance(const QString &folder, QObject *parent)
 
 SingleInstance::Role SingleInstance::claim(const QStringList &arguments)
 {
+    const QDeadlineTimer deadline(handOverLimitMs);
     // The lock decides who serves; a launch that loses the race keeps trying to reach
     // the winner until its socket is up.
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        switch (handOver(arguments)) {
+    for (;;) {
+        switch (handOver(arguments, deadline)) {
         case Answer::done:
             return Role::handedOver;
         case Answer::refused:
             return Role::refused;
         case Answer::silent:
-            m_error = QStringLiteral("the running instance does not answer");
-            return Role::failed;
+            return Role::unanswered;
         case Answer::none:
             break;
         }
@@ -59,27 +64,30 @@ SingleInstance::Role SingleInstance::claim(const QStringList &arguments)
             m_lock.unlock();
             return Role::failed;
         }
-        QThread::msleep(attemptPauseMs);
+        if (deadline.hasExpired())
+            return Role::unanswered;
+        QThread::msleep(std::min(attemptPauseMs, remainingMs(deadline)));
     }
-    m_error = QStringLiteral("the running instance does not answer");
-    return Role::failed;
 }
 
-SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments)
+SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments, const QDeadlineTimer &deadline)
 {
     QLocalSocket socket;
     socket.connectToServer(m_socketPath);
-    if (!socket.waitForConnected(1000))
+    if (!socket.waitForConnected(remainingMs(deadline)))
         return Answer::none;
+    // The moment this launch gives up, so that a running instance that wakes up later
+    // does not carry out what the user was already told had failed.
+    const qint64 givesUpAt = QDateTime::currentMSecsSinceEpoch() + deadline.remainingTime();
     QByteArray message;
     QDataStream out(&message, QIODevice::WriteOnly);
-    out << arguments;
+    out << arguments << givesUpAt;
     QDataStream stream(&socket);
     stream << message;
-    if (!socket.waitForBytesWritten(1000))
+    if (!socket.waitForBytesWritten(remainingMs(deadline)))
         return Answer::none;
     while (socket.bytesAvailable() < 1) {
-        if (!socket.waitForReadyRead(answerTimeoutMs))
+        if (!socket.waitForReadyRead(remainingMs(deadline)))
             return Answer::silent;
     }
     char answer = 0;
@@ -100,8 +108,13 @@ void SingleInstance::accept()
             if (!stream.commitTransaction())
                 return;
             QStringList arguments;
+            qint64 givesUpAt = 0;
             QDataStream in(message);
-            in >> arguments;
+            in >> arguments >> givesUpAt;
+            if (in.status() != QDataStream::Ok || QDateTime::currentMSecsSinceEpoch() > givesUpAt) {
+                socket->abort();
+                return;
+            }
             const bool done = !m_handler || m_handler(arguments);
             socket->putChar(done ? acknowledgement : refusal);
             socket->flush();

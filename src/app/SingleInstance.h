@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QLocalServer>
 #include <QLockFile>
 #include <QObject>
@@ -14,7 +15,10 @@ class SingleInstance : public QObject
 
 public:
     // `refused`: the running instance got the arguments but could not carry them out.
-    enum class Role { primary, handedOver, refused, failed };
+    // `unanswered`: it did not answer in time (stopped, or stuck); they will not be carried out.
+    enum class Role { primary, handedOver, refused, unanswered, failed };
+    // The whole hand-over, connecting included, gives up after this long.
+    static constexpr int handOverLimitMs = 5'000;
     // Carries out a later launch's arguments in the running instance; false when it could not.
     using Handler = std::function<bool(const QStringList &arguments)>;
 
@@ -30,7 +34,7 @@ private:
     // `silent`: the arguments went out but no answer came, so they must not be sent again.
     enum class Answer { none, done, refused, silent };
 
-    Answer handOver(const QStringList &arguments);
+    Answer handOver(const QStringList &arguments, const QDeadlineTimer &deadline);
     void accept();
 
     QString m_socketPath;

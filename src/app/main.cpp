@@ -6,9 +6,16 @@
 #include <QApplication>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
+#include <QSocketNotifier>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 Q_IMPORT_QML_PLUGIN(FikranestPlugin)
 
@@ -26,6 +33,47 @@ void complain(const QString &message)
     std::fprintf(stderr, "fikranest: %s\n", qPrintable(message));
 }
 
+// SIGTERM (logging out, `kill`) and SIGINT (Ctrl+C) end the program as Ctrl+Q does, so
+// the store is closed properly and the next start serves at once. The handler only
+// writes a byte into a pipe; the event loop reads it and quits.
+class QuitOnSignals
+{
+public:
+    QuitOnSignals()
+    {
+        if (pipe2(s_pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+            qWarning("fikranest: cannot watch for SIGTERM: %s", std::strerror(errno));
+            return;
+        }
+        m_notifier = std::make_unique<QSocketNotifier>(s_pipe[0], QSocketNotifier::Read);
+        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [] {
+            char byte;
+            while (read(s_pipe[0], &byte, 1) > 0) {
+            }
+            QCoreApplication::quit();
+        });
+        struct sigaction action = {};
+        action.sa_handler = &QuitOnSignals::handle;
+        sigemptyset(&action.sa_mask);
+        // A second signal while closing ends the program outright.
+        action.sa_flags = SA_RESTART | SA_RESETHAND;
+        sigaction(SIGTERM, &action, nullptr);
+        sigaction(SIGINT, &action, nullptr);
+    }
+
+private:
+    static void handle(int)
+    {
+        const int saved = errno;
+        const char byte = 1;
+        [[maybe_unused]] const ssize_t written = write(s_pipe[1], &byte, 1);
+        errno = saved;
+    }
+
+    static inline int s_pipe[2] = {-1, -1};
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
 // Hands the launch to the running instance; nullopt when this one is to serve.
 std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments)
 {
@@ -38,8 +86,13 @@ std::optional<int> handOver(SingleInstance &instance, const QStringList &argumen
         complain(QStringLiteral("الفكرون الشغّال ما قدر يحفظها، جرّب مرة ثانية\n"
                                 "the running Fikranest could not store it; try again"));
         return 1;
+    case SingleInstance::Role::unanswered:
+        complain(QStringLiteral("الفكرون الشغّال ما رد علينا 😴 جرّب بعد شوي، ولو علّق سكّره وشغّله من جديد"
+                                " / the running Fikranest does not answer; try again, or close it and start it anew"));
+        return 1;
     case SingleInstance::Role::failed:
-        complain(QStringLiteral("cannot reach the running instance: %1").arg(instance.errorString()));
+        complain(QStringLiteral("ما قدرنا نشغّل الفكرون 🙈\ncannot set up the single-instance socket: %1")
+                     .arg(instance.errorString()));
         return 1;
     }
     return 1;
@@ -109,6 +162,7 @@ int main(int argc, char *argv[])
     if (const std::optional<int> status = handOver(instance, arguments))
         return *status;
 
+    const QuitOnSignals quitOnSignals;
     FikranestApp::prepare(application);
     const QString storePath = IdeaStore::defaultPath();
     FikranestApp app(std::make_unique<LocalCloudProbes>(storePath));

@@ -21,6 +21,9 @@
 #include <QTemporaryFile>
 #include <QTextDocumentFragment>
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 // The name the release is kept under: the download's own, unless it says nothing
@@ -91,6 +94,8 @@ QString UpdaterManager::textFor(Failure failure)
         return QStringLiteral("النت زعلان علينا 📡 ما قدرنا نوصل لخبر التحديثات، شيّك على اتصالك وجرّب مرة ثانية");
     case Failure::badFeed:
         return QStringLiteral("خبر التحديثات وصلنا خربان 🤷‍♂️ مو ذنبك، جرّب بعدين");
+    case Failure::hugeFeed:
+        return QStringLiteral("خبر التحديثات وصلنا أضخم من اللازم 🐘 ما فتحناه، مو ذنبك، جرّب بعدين");
     case Failure::downloadFailed:
         return QStringLiteral("انقطع التنزيل في نص الطريق 📡 شيّك على اتصالك وجرّب مرة ثانية");
     case Failure::badLength:
@@ -142,17 +147,29 @@ void UpdaterManager::startCheck()
 
     m_reply = get(m_feedUrl);
     QNetworkReply *reply = m_reply;
-    connect(reply, &QNetworkReply::downloadProgress, this, [this, reply](qint64 received, qint64) {
-        if (received > maxFeedBytes && reply == m_reply) {
-            abortReply();
-            fail(Failure::badFeed);
-        }
+    // Taken as it comes, a little at a time, so that however much a server sends,
+    // no more than the cap is ever held.
+    reply->setReadBufferSize(64 * 1024);
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
+        if (reply == m_reply)
+            takeFeedChunk();
     });
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         reply->deleteLater();
         if (reply == m_reply)
             finishReply();
     });
+}
+
+bool UpdaterManager::takeFeedChunk()
+{
+    const qint64 declared = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    m_feed += m_reply->read(std::min(m_reply->bytesAvailable(), maxFeedBytes + 1 - m_feed.size()));
+    if (declared <= maxFeedBytes && m_feed.size() <= maxFeedBytes)
+        return true;
+    abortReply();
+    fail(Failure::hugeFeed);
+    return false;
 }
 
 QNetworkReply *UpdaterManager::get(const QUrl &url)
@@ -169,12 +186,16 @@ QNetworkReply *UpdaterManager::get(const QUrl &url)
 
 void UpdaterManager::finishReply()
 {
-    QNetworkReply *reply = m_reply;
-    m_reply = nullptr;
-    if (reply->error() == QNetworkReply::NoError) {
-        takeFeed(reply->readAll());
+    if (m_reply->error() == QNetworkReply::NoError) {
+        if (takeFeedChunk()) {
+            m_reply = nullptr;
+            takeFeed(std::exchange(m_feed, {}));
+        }
         return;
     }
+    QNetworkReply *reply = m_reply;
+    m_reply = nullptr;
+    m_feed.clear();
     // The server answered, but not with a feed: a fault on its side, not the network's.
     const bool answered = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
     fail(answered ? Failure::badFeed : Failure::noNetwork);
@@ -182,6 +203,7 @@ void UpdaterManager::finishReply()
 
 void UpdaterManager::abortReply()
 {
+    m_feed.clear();
     if (QNetworkReply *reply = m_reply) {
         m_reply = nullptr;
         reply->abort();

@@ -38,7 +38,7 @@ public:
     // Capitalised, as QML reaches enumerations only by such names.
     enum State { Idle, Checking, UpToDate, UpdateAvailable, Downloading, Downloaded, Failed };
     Q_ENUM(State)
-    enum class Failure { noNetwork, badFeed, downloadFailed, badLength, badSignature, cannotSave };
+    enum class Failure { noNetwork, badFeed, hugeFeed, downloadFailed, badLength, badSignature, cannotSave };
 
     // Feeds larger than this are no feed of ours, and releases larger than this no release.
     static constexpr qint64 maxFeedBytes = 4 * 1024 * 1024;
@@ -85,6 +85,7 @@ signals:
 private:
     QNetworkReply *get(const QUrl &url);
     void startCheck();
+    bool takeFeedChunk();
     void finishReply();
     void takeDownloadChunk();
     void finishDownload();
@@ -100,6 +101,7 @@ private:
     QPointer<QQuickWindow> m_window;
     QNetworkAccessManager *m_network = nullptr;
     QPointer<QNetworkReply> m_reply;
+    QByteArray m_feed;
     State m_state = Idle;
     QString m_newVersion;
     QString m_releaseNotes;

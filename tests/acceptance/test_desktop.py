@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Fikranest as a desktop program: its command line, its login entry, life without a
-tray, and a walk done with the keyboard alone."""
+"""Fikranest as a desktop program: its command line, its login entry, signals, a running
+one that does not answer, life without a tray, and a walk done with the keyboard alone."""
 
 import os
-import time
+import signal
 import unittest
 
 from harness import Desktop, wait_until
@@ -50,9 +50,6 @@ class DesktopTest(OnADesktop):
         self.app.start()
         self.app.wait_find("من الطرفية", role="push button")
         self.app.wait_find("مهمة")
-        # Running: handed over, and in the open list at once.
-        self.assertEqual(self.launch("--add", "وهو شغّال"), (0, "", ""))
-        self.app.wait_find("وهو شغّال", role="push button", timeout=5)
 
         self.app.close_window(MAIN)
         wait_until(lambda: not self.app.windows(MAIN, mapped_only=True), 10, "the window to close")
@@ -79,6 +76,32 @@ class DesktopTest(OnADesktop):
         os.remove(self.entry)
         self.start_in_the_background()
         self.assertFalse(os.path.exists(self.entry))
+
+    def test_a_stopped_one_is_given_up_on_and_signals_close_it_cleanly(self):
+        self.app.start()
+        self.app.wait_frame(MAIN)
+        os.kill(self.app.pid, signal.SIGSTOP)
+        for args in ((), ("--capture",), ("--add", "ضاعت")):
+            status, out, err = self.launch(*args)
+            self.assertEqual((status, out, len(err.splitlines())), (1, "", 1), err)
+            self.assertIn("does not answer", err)
+        os.kill(self.app.pid, signal.SIGCONT)
+        for number, sig in enumerate((signal.SIGTERM, signal.SIGINT, signal.SIGKILL)):
+            self.assertEqual(self.launch("--add", f"قبل {number}"), (0, "", ""))
+            for earlier in range(number + 1):
+                self.app.wait_find(f"قبل {earlier}", role="push button")
+            # Woken, it did not do behind the user's back what they were told had failed.
+            self.assertIsNone(self.app.find("ضاعت", role="push button"))
+            self.app.proc.send_signal(sig)
+            if self.app.proc.wait(30) != -signal.SIGKILL:
+                self.assertEqual(self.app.proc.returncode, 0, self.app.output())
+                wal = self.app.database_path + "-wal"
+                self.assertFalse(os.path.exists(wal) and os.path.getsize(wal), "the WAL was left behind")
+                self.assertEqual([f for f in os.listdir(self.desktop.runtime_dir) if "fikranest" in f], [])
+            # Killed, it leaves its socket and lock behind; they do not stand in the next one's way.
+            self.app.start()
+            self.app.wait_frame(MAIN)
+        self.app.wait_find("قبل 2", role="push button")
 
     def start_in_the_background(self):
         if self.app.running():

@@ -37,6 +37,13 @@ class Feed(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
         self.server.paths.append(self.path)
         self.server.release.wait(20)
+        if isinstance(self.server.feed, int):  # that many bytes of feed, and no word of how many
+            self.send_response(200)
+            self.end_headers()
+            with contextlib.suppress(ConnectionError):
+                while self.server.sent < self.server.feed:
+                    self.server.sent += self.wfile.write(b" " * 65536)
+            return self.server.hung_up.set()
         body = self.server.feed.encode() if self.path == "/appcast.xml" else self.server.files.get(self.path, b"")
         self.send_response(200 if body else 404)
         self.send_header("Content-Length", str(len(body)))
@@ -128,7 +135,7 @@ class UpdateTest(unittest.TestCase):
         self.desktop.screenshot("bad-signature")
         self.assertEqual(os.listdir(downloads), ["Fikranest-1.2.tar.gz"])
 
-    def test_same_version_a_slow_check_cancelled_a_bad_feed_and_no_server(self):
+    def test_same_version_a_slow_check_cancelled_a_bad_feed_a_huge_one_and_no_server(self):
         self.serve(self.items[0], self.items[0].replace("1.0", "1.1"))
         self.check()
         self.app.wait_find("الإصدار 1.1 هو أحدث شي عندنا، استانس فيه", frame=UPDATES)
@@ -150,13 +157,21 @@ class UpdateTest(unittest.TestCase):
         self.app.press("تمام", frame=UPDATES)
         wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "the window to close")
 
+        # Far beyond any real feed: given up on long before its end.
+        self.server.feed, self.server.sent, self.server.hung_up = 50 << 20, 0, threading.Event()
+        self.check()
+        self.app.wait_find("خبر التحديثات وصلنا أضخم من اللازم 🐘 ما فتحناه، مو ذنبك، جرّب بعدين", frame=UPDATES)
+        self.assertTrue(self.server.hung_up.wait(20) and self.server.sent < 25 << 20, self.server.sent)
+        self.desktop.screenshot("huge-feed")
+        self.app.press("تمام", frame=UPDATES)
+
         self.stop_server()
         self.check()
         self.app.wait_find("ما زبطت هالمرة 🙈", frame=UPDATES)
         self.app.wait_find("النت زعلان علينا 📡 ما قدرنا نوصل لخبر التحديثات، شيّك على اتصالك وجرّب مرة ثانية",
                            frame=UPDATES)
         self.desktop.screenshot("no-network")
-        self.assertEqual(self.server.paths, ["/appcast.xml"] * 3)
+        self.assertEqual(self.server.paths, ["/appcast.xml"] * 4)
 
 
 if __name__ == "__main__":

@@ -83,12 +83,6 @@ private slots:
         notifications.grants = granted;
         OnboardingModel model(&settings, &notifications);
 
-        model.setNameInput(" \t ");
-        QVERIFY(!model.canStart());
-        model.start();
-        QCOMPARE(model.step(), 0);
-        QCOMPARE(settings.userName(), "");
-
         model.setNameInput(typed);
         QVERIFY(model.canStart());
         model.start();
@@ -99,10 +93,6 @@ private slots:
         QCOMPARE(model.step(), 3);
         QCOMPARE(model.notificationsGranted(), granted);
         QCOMPARE(model.readyTitle(), "جاهز يا " + stored + "!");
-
-        model.finish();
-        QVERIFY(settings.hasCompletedOnboarding());
-        QCOMPARE(settings.userName(), stored);
     }
 };
 
