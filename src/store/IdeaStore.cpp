@@ -271,10 +271,9 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
         // SQLite keeps the journal beside the file a link points to.
         const QString file = info.canonicalFilePath();
         empty = target.st_size == 0;
-        if (!empty) {
-            if (const QString reason = refusalByContents(file, target.st_size, &empty); !reason.isEmpty())
-                return {nullptr, reason};
-        }
+        if (const QString reason = empty ? QString() : refusalByContents(file, target.st_size, &empty);
+            !reason.isEmpty())
+            return {nullptr, reason};
         nativePath = QFile::encodeName(file);
     }
 
