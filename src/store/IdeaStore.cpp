@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QUrl>
 
 #include <sqlite3.h>
 
@@ -98,7 +99,7 @@ QString inspect(sqlite3 *db, bool *empty)
     if (*empty)
         return {};
     if (*appId != applicationId)
-        return QStringLiteral("it is not a Fikranest store");
+        return QStringLiteral("it is another program's database, not a Fikranest store");
     if (*version > schemaVersion)
         return QStringLiteral("it was written by a newer version of Fikranest");
     const auto names = ideaColumns(db);
@@ -107,6 +108,105 @@ QString inspect(sqlite3 *db, bool *empty)
     if (*names != columnNames)
         return QStringLiteral("its Idea table has unexpected columns");
     return {};
+}
+
+// Root passes every access check, so for root the owner's bits alone say whether
+// the file was meant to be read or written.
+bool permitted(const QByteArray &path, const struct stat &target, int access)
+{
+    if (::geteuid() == 0)
+        return (target.st_mode & (access == R_OK ? S_IRUSR : S_IWUSR)) != 0;
+    return ::faccessat(AT_FDCWD, path.constData(), access, AT_EACCESS) == 0;
+}
+
+// Judged from the directory entry alone, before SQLite opens it: a FIFO would block
+// the open, and SQLite's own words for these name the wrong cause.
+QString refusalByKind(const QString &path, const struct stat &link, struct stat *target)
+{
+    const QByteArray nativePath = QFile::encodeName(path);
+    if (::stat(nativePath.constData(), target) != 0) {
+        if (S_ISLNK(link.st_mode) && errno == ENOENT)
+            return QStringLiteral("it is a symbolic link to %1, which does not exist")
+                .arg(QFileInfo(path).symLinkTarget());
+        return QString::fromLocal8Bit(strerror(errno));
+    }
+    const mode_t type = target->st_mode & S_IFMT;
+    if (type == S_IFDIR)
+        return QStringLiteral("it is a folder, not a file");
+    if (type == S_IFIFO)
+        return QStringLiteral("it is a named pipe (FIFO), not a file");
+    if (type == S_IFCHR || type == S_IFBLK)
+        return QStringLiteral("it is a device, not a file");
+    if (type == S_IFSOCK)
+        return QStringLiteral("it is a socket, not a file");
+    if (type != S_IFREG)
+        return QStringLiteral("it is not a regular file");
+    if (!permitted(nativePath, *target, R_OK))
+        return QStringLiteral("there is no permission to read it");
+    if (!permitted(nativePath, *target, W_OK))
+        return QStringLiteral("it is read-only");
+    return {};
+}
+
+quint32 bigEndian(const QByteArray &bytes, int at, int size)
+{
+    quint32 value = 0;
+    for (int i = 0; i < size; ++i)
+        value = value << 8 | quint8(bytes[at + i]);
+    return value;
+}
+
+// Judged from the file's first 100 bytes, which say how big it should be. A journal
+// beside it may hold pages the file itself does not have yet.
+QString refusalByHeader(const QString &path, qint64 size, bool journalled)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return file.errorString();
+    const QByteArray header = file.read(100);
+    static const QByteArray magic("SQLite format 3", 16);
+    if (!header.startsWith(magic))
+        return QStringLiteral("it is not a database");
+    const QString cutShort = QStringLiteral("it is cut short: part of the database is missing");
+    if (header.size() < 100)
+        return cutShort;
+    const quint32 pageSize = bigEndian(header, 16, 2) == 1 ? 65536 : bigEndian(header, 16, 2);
+    if (pageSize < 512 || pageSize > 65536 || (pageSize & (pageSize - 1)) != 0)
+        return QStringLiteral("it is not a database");
+    if (journalled)
+        return {};
+    // The page count is only trusted when its version stamp matches the change counter.
+    const bool countValid = bigEndian(header, 24, 4) == bigEndian(header, 92, 4) && bigEndian(header, 28, 4) != 0;
+    if (size % pageSize != 0 || (countValid && qint64(bigEndian(header, 28, 4)) * pageSize > size))
+        return cutShort;
+    return {};
+}
+
+// Reads the file with SQLite without writing to it or beside it. With no journal
+// beside it the file is the whole store, and SQLite reads it as unchangeable, with
+// no locks and no journal files; otherwise a read-only connection reads the journal
+// too, and a shared-memory file it had to make is taken away again on refusal.
+QString refusalByContents(const QString &path, qint64 size, bool *empty)
+{
+    const QString walPath = path + QStringLiteral("-wal");
+    const QString shmPath = path + QStringLiteral("-shm");
+    const bool journalled = QFileInfo(walPath).size() > 0;
+    if (QString reason = refusalByHeader(path, size, journalled); !reason.isEmpty())
+        return reason;
+    const bool hadShm = QFileInfo::exists(shmPath);
+    const QByteArray uri = "file:" + QUrl::toPercentEncoding(QFileInfo(path).absoluteFilePath(), "/")
+        + (journalled ? "?mode=ro" : "?mode=ro&immutable=1");
+    sqlite3 *db = nullptr;
+    QString reason;
+    if (sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr)
+        != SQLITE_OK)
+        reason = db ? sqliteError(db) : QStringLiteral("out of memory");
+    else
+        reason = inspect(db, empty);
+    sqlite3_close_v2(db);
+    if (!reason.isEmpty() && !hadShm)
+        QFile::remove(shmPath);
+    return reason;
 }
 
 QDateTime dateFromMs(qint64 ms)
@@ -149,23 +249,37 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
 {
     const QFileInfo info(path);
     const QString folder = info.absolutePath();
-    if (!QFileInfo::exists(folder)) {
-        if (!QDir().mkpath(folder))
-            return {nullptr, QStringLiteral("cannot create the folder %1").arg(folder)};
-        ::chmod(QFile::encodeName(folder).constData(), 0700);
-    }
+    if (!QFileInfo(folder).isDir() && !QDir().mkpath(folder))
+        return {nullptr, QStringLiteral("cannot create the folder %1").arg(folder)};
 
     // Created here rather than by SQLite so that it, and the journal files that copy
     // its mode, are private to the user from the first byte.
     bool created = false;
-    const QByteArray nativePath = QFile::encodeName(path);
-    if (!info.exists()) {
+    bool empty = true;
+    QByteArray nativePath = QFile::encodeName(path);
+    struct stat link{};
+    if (::lstat(nativePath.constData(), &link) != 0) {
         const int fd = ::open(nativePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (fd < 0)
             return {nullptr, QString::fromLocal8Bit(strerror(errno))};
         ::close(fd);
         created = true;
+    } else {
+        struct stat target{};
+        if (const QString reason = refusalByKind(path, link, &target); !reason.isEmpty())
+            return {nullptr, reason};
+        // SQLite keeps the journal beside the file a link points to.
+        const QString file = info.canonicalFilePath();
+        empty = target.st_size == 0;
+        if (const QString reason = empty ? QString() : refusalByContents(file, target.st_size, &empty);
+            !reason.isEmpty())
+            return {nullptr, reason};
+        nativePath = QFile::encodeName(file);
     }
+
+    // Private whatever they were before: the folder, the file, and below its journal.
+    ::chmod(QFile::encodeName(folder).constData(), 0700);
+    ::chmod(nativePath.constData(), 0600);
     const auto fail = [&](sqlite3 *db, const QString &reason) {
         sqlite3_close_v2(db);
         if (created)
@@ -178,12 +292,8 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
         != SQLITE_OK)
         return fail(db, db ? sqliteError(db) : QStringLiteral("out of memory"));
     if (sqlite3_db_readonly(db, "main") == 1)
-        return fail(db, QStringLiteral("the file is read-only"));
+        return fail(db, QStringLiteral("it is read-only"));
     sqlite3_busy_timeout(db, 5000);
-
-    bool empty = false;
-    if (const QString reason = inspect(db, &empty); !reason.isEmpty())
-        return fail(db, reason);
 
     // WAL with a full sync on commit: a write that returned survives a crash of the
     // process and of the machine.
@@ -202,6 +312,8 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
             return fail(db, reason);
         }
     }
+    for (const char *journal : {"-wal", "-shm"})
+        ::chmod((nativePath + journal).constData(), 0600);
     return {std::unique_ptr<IdeaStore>(new IdeaStore(db, path)), {}};
 }
 
@@ -222,6 +334,9 @@ IdeaStore::~IdeaStore()
         sharedStore = nullptr;
     for (sqlite3_stmt *statement : m_statements)
         sqlite3_finalize(statement);
+    // A clean exit leaves the whole store in the one file, even while someone else
+    // has it open and SQLite's own checkpoint on close would not run.
+    run(m_db, "PRAGMA wal_checkpoint(TRUNCATE)");
     sqlite3_close_v2(m_db);
 }
 
