@@ -314,8 +314,12 @@ class Desktop:
 
     def atspi(self, **request):
         env = dict(self.base_env(), AT_SPI_BUS_ADDRESS=self.a11y_address)
-        result = subprocess.run([PYTHON, os.path.abspath(__file__), "--atspi", json.dumps(request)],
-                                env=env, capture_output=True, text=True, timeout=120)
+        for _ in range(3):
+            result = subprocess.run([PYTHON, os.path.abspath(__file__), "--atspi", json.dumps(request)],
+                                    env=env, capture_output=True, text=True, timeout=120)
+            # An object that went away while the tree was walked: look again.
+            if "No such object path" not in result.stderr:
+                break
         if result.returncode != 0:
             raise RuntimeError(f"AT-SPI query {request} failed:\n{result.stderr}")
         return json.loads(result.stdout)
