@@ -320,6 +320,10 @@ void DesktopNotificationCenter::pump()
     // crash can then repeat only the one reminder on its way.
     if (m_sending || m_retry.isActive())
         return;
+    if (m_unanswered) {
+        ping();
+        return;
+    }
     while (!m_queue.empty()) {
         const Queued next = m_queue.front();
         m_queue.pop_front();
@@ -374,8 +378,10 @@ void DesktopNotificationCenter::sent(QDBusPendingCallWatcher *call, const QStrin
             sentOne->state = State::queued;
             m_queue.push_back({identifier, serial});
         }
-        m_backoffMs = m_backoffMs == 0 ? firstRetryMs : std::min(2 * m_backoffMs, longestRetryMs);
-        m_retry.start(m_backoffMs);
+        // A server that hangs may still show the call it holds once it wakes: ask it
+        // something harmless until it answers rather than pile up copies behind it.
+        m_unanswered = reply.error().type() == QDBusError::NoReply;
+        retryLater();
         return;
     }
     m_backoffMs = 0;
@@ -388,6 +394,31 @@ void DesktopNotificationCenter::sent(QDBusPendingCallWatcher *call, const QStrin
     pump();
 }
 
+void DesktopNotificationCenter::retryLater()
+{
+    m_backoffMs = m_backoffMs == 0 ? firstRetryMs : std::min(2 * m_backoffMs, longestRetryMs);
+    m_retry.start(m_backoffMs);
+}
+
+void DesktopNotificationCenter::ping()
+{
+    m_sending = true;
+    const QDBusMessage ask =
+        QDBusMessage::createMethodCall(service, objectPath, interface, QStringLiteral("GetServerInformation"));
+    auto *call = new QDBusPendingCallWatcher(m_bus.asyncCall(ask, callTimeoutMs), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {
+        call->deleteLater();
+        m_sending = false;
+        if (call->isError()) {
+            retryLater();
+            return;
+        }
+        m_unanswered = false;
+        m_backoffMs = 0;
+        pump();
+    });
+}
+
 void DesktopNotificationCenter::serverChanged(const QString &oldOwner, const QString &newOwner)
 {
     // Ids belong to the server that issued them; a new one starts counting afresh.
@@ -395,6 +426,7 @@ void DesktopNotificationCenter::serverChanged(const QString &oldOwner, const QSt
         m_shown.clear();
     if (newOwner.isEmpty())
         return;
+    m_unanswered = false;
     m_backoffMs = 0;
     m_retry.stop();
     pump();

@@ -105,6 +105,8 @@ private:
     void saveSoon();
     void journal(const NotificationRequest &request);
     void pump();
+    void ping();
+    void retryLater();
     void send(Pending &pending);
     void sent(QDBusPendingCallWatcher *call, const QString &identifier, quint64 serial);
     void serverChanged(const QString &oldOwner, const QString &newOwner);
@@ -118,6 +120,8 @@ private:
     QHash<QString, Pending> m_pending;
     std::deque<Queued> m_queue;
     bool m_sending = false;
+    // The last call timed out: the server must answer something before it gets another.
+    bool m_unanswered = false;
     int m_backoffMs = 0;
     quint64 m_nextSerial = 1;
     QFile m_journal;

@@ -46,6 +46,7 @@ public:
     int refused = 0;
     // Calls taken but not answered yet, when holding; the test answers them.
     bool holding = false;
+    bool hung = false;
     QList<QDBusMessage> held;
     qsizetype mostHeld = 0;
 
@@ -68,7 +69,15 @@ public slots:
         }
         return idOf(calls.size() - 1);
     }
-    QString GetServerInformation(QString &, QString &, QString &) { return "fake"; }
+    QString GetServerInformation(QString &, QString &, QString &)
+    {
+        // Hung: it takes every call and answers none.
+        if (hung) {
+            setDelayedReply(true);
+            held.append(message().createReply(QVariantList{"fake", "", "", ""}));
+        }
+        return "fake";
+    }
 
 signals:
     void ActionInvoked(uint id, const QString &actionKey);
@@ -315,6 +324,23 @@ private slots:
             QVERIFY(startServer());
         }
         QTRY_COMPARE_WITH_TIMEOUT(m_server->calls.size(), 1, 10'000);
+        QTRY_VERIFY(center->pendingRequests().isEmpty());
+    }
+
+    void aServerThatHangsIsAskedToAnswerBeforeItGetsTheReminderAgain()
+    {
+        QVERIFY(startServer());
+        m_server->holding = m_server->hung = true;
+        auto center = makeCenter();
+        center->add(request("A", {2024, 6, 1, 10, 0}));
+        // The call times out; what follows is a question, not a second copy it would show on waking.
+        QTRY_COMPARE_WITH_TIMEOUT(m_server->held.size(), 2, 20'000);
+        QCOMPARE(m_server->calls.size(), 1);
+        m_server->holding = m_server->hung = false;
+        for (const QDBusMessage &reply : std::exchange(m_server->held, {}))
+            QVERIFY(m_serverBus->send(reply));
+        // It answered: the reminder goes again, as the first copy's fate is unknown.
+        QTRY_COMPARE(m_server->calls.size(), 2);
         QTRY_VERIFY(center->pendingRequests().isEmpty());
     }
 
