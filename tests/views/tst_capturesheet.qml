@@ -52,22 +52,6 @@ Item {
             compare(save.background.opacity, 1)
         }
 
-        function test_dictationIsOfferedUntilUsedAndARefusalAlerted() {
-            const sheet = createTemporaryObject(sheetComponent, root)
-            const use = named(sheet, "useTranscribedButton")
-            verify(!use.visible)
-            sheet.model.recorder.transcribedText = "نص منطوق"
-            compare(use.text, "استخدم النص ✓")
-            mouseClick(use)
-            compare(sheet.model.title, "نص منطوق")
-            verify(!use.visible)
-
-            // No recogniser is installed where the tests run: speech counts as not allowed.
-            sheet.model.tapVoiceButton()
-            tryCompare(sheet.model, "showPermissionAlert", true)
-            verify(!sheet.model.recorder.isRecording)
-        }
-
         function test_keyboardSavesOnlyWithAText() {
             const sheet = createTemporaryObject(sheetComponent, root)
             const dismissed = createTemporaryQmlObject("import QtTest; SignalSpy { signalName: 'dismissRequested' }", root)
