@@ -131,7 +131,6 @@ class RobustnessTest(unittest.TestCase):
         app.wait_find("التخزين محلي فقط على هذا الجهاز")
         self.assertTrue(app.find("CloudKit entitlement not present in this build"))
         self.assertTrue(app.find("أهلاً سارة"))
-        self.desktop.screenshot("settings")
         self.desktop.xdotool("key", "Escape")
         wait_until(lambda: not app.find("ما نجمع أي بيانات عنك"), 10, "the settings to close")
         app.stop()
