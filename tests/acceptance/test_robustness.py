@@ -36,7 +36,7 @@ class TracedApp(App):
         return self.program
 
     def stop(self):
-        with contextlib.suppress(AttributeError):  # the program first: strace takes it along
+        with contextlib.suppress(AttributeError):  # the program first, so its way out is traced too
             stop_process(self.program)
         super().stop()
 
@@ -49,7 +49,7 @@ class RobustnessTest(unittest.TestCase):
         return subprocess.run([app.binary, "--add", text], env=app.env, capture_output=True,
                               timeout=60).returncode == 0
 
-    def start_serving(self, app, *args):
+    def start_serving(self, app, *args):  # an --add launched earlier would hold the lock itself
         app.start(*args)
         path = os.path.join(self.desktop.runtime_dir, "fikranest.socket")
         wait_until(lambda: socket.socket(socket.AF_UNIX).connect_ex(path) == 0, 60, f"the instance\n{app.output()}")
