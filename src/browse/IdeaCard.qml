@@ -71,6 +71,7 @@ FocusScope {
 
                 width: parent.width
                 text: card.title
+                textFormat: Text.PlainText
                 font.pixelSize: 16
                 font.strikeout: card.isDone
                 color: card.isDone ? "#6B7280" : "#1F2937"

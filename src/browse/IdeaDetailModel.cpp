@@ -51,9 +51,11 @@ bool IdeaDetailModel::isDone() const
     return m_idea.status == Vocabulary::done();
 }
 
+// Only an edit writes: the editor reshapes some texts it is given (a CR becomes a line
+// break), and an idea that was only looked at must stay as it was stored.
 void IdeaDetailModel::setTitle(const QString &title)
 {
-    if (title == m_idea.title)
+    if (!m_isEditing || title == m_idea.title)
         return;
     m_idea.title = title;
     emit titleChanged();
@@ -62,7 +64,7 @@ void IdeaDetailModel::setTitle(const QString &title)
 
 void IdeaDetailModel::setBody(const QString &body)
 {
-    if (body == m_idea.body)
+    if (!m_isEditing || body == m_idea.body)
         return;
     m_idea.body = body;
     emit bodyChanged();

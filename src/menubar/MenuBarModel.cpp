@@ -82,12 +82,23 @@ void MenuBarModel::setSaveError(const QString &message)
     emit saveErrorChanged();
 }
 
+// What one elided line of the panel can show: a label measures all of its text, however
+// little of it fits.
+QString MenuBarModel::headline(const QString &title)
+{
+    constexpr qsizetype longest = 120;
+    QString line = title.left(title.indexOf(u'\n'));
+    if (line.size() > longest)
+        line.truncate(line.at(longest - 1).isHighSurrogate() ? longest - 1 : longest);
+    return line;
+}
+
 void MenuBarModel::updateRecentIdeas()
 {
     QVariantList recent;
     const QList<Idea> newest = m_store ? m_store->newestActiveIdeas(recentCount) : QList<Idea>();
     for (const Idea &idea : newest) {
-        recent << QVariantMap{{"recordId", idea.recordId()}, {"ideaId", idea.idText()}, {"title", idea.title}};
+        recent << QVariantMap{{"recordId", idea.recordId()}, {"ideaId", idea.idText()}, {"title", headline(idea.title)}};
     }
     if (recent == m_recentIdeas)
         return;

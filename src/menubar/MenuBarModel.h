@@ -36,6 +36,8 @@ public:
     QString selectedCategory() const { return m_selectedCategory; }
     void setSelectedCategory(const QString &category);
     static QStringList categories();
+    // The first line of a title, cut to what a one-line label can show.
+    static QString headline(const QString &title);
     bool saved() const { return m_saved; }
     QString saveError() const { return m_saveError; }
     // Up to three of {recordId, ideaId, title}, newest first.

@@ -135,12 +135,15 @@ Pane {
             color: "red"
         }
 
-        ColumnLayout {
+        // A positioner, not a layout: Qt 6.4's layouts crashed on these rows being replaced
+        // while the panel was hidden.
+        Column {
             Layout.fillWidth: true
             visible: menuModel.recentIdeas.length > 0
-            spacing: 0
 
             Label {
+                width: parent.width
+                horizontalAlignment: Text.AlignLeft
                 text: "آخر الأفكار"
                 font.pixelSize: 11
                 opacity: 0.6
@@ -152,7 +155,7 @@ Pane {
 
                     required property var modelData
 
-                    Layout.fillWidth: true
+                    width: parent.width
                     flat: true
                     horizontalPadding: 4
                     verticalPadding: 4
@@ -166,8 +169,10 @@ Pane {
                     }
                     contentItem: Label {
                         text: "• " + recentIdea.text
+                        textFormat: Text.PlainText
                         font.pixelSize: 13
                         elide: Text.ElideRight
+                        maximumLineCount: 1
                         horizontalAlignment: Text.AlignLeft
                     }
                 }

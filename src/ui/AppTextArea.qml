@@ -6,6 +6,9 @@ import QtQuick.Controls
 TextArea {
     id: area
 
+    // What people type is shown as typed, never read as markup.
+    textFormat: TextEdit.PlainText
+
     Keys.onTabPressed: area.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
     Keys.onBacktabPressed: area.nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
 }

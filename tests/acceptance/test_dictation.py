@@ -63,6 +63,29 @@ class DictationTest(unittest.TestCase):
         wait_until(lambda: not self.app.find(FIELD, role="text"), 20, "the sheet to close")
         wait_until(lambda: not recordings(), 10, "the microphone to close")
 
+    def test_without_a_sound_server_or_a_speech_model_it_says_so_and_keeps_the_typed_text(self):
+        for engine, message in ((False, "نحتاج صلاحية المايكروفون والتعرف على الكلام عشان نسجل صوتك"),
+                                (True, "خطأ في تشغيل التسجيل")):
+            app = self.desktop.app()
+            app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")
+            app.env["PULSE_SERVER"] = "unix:/nonexistent/pulse.sock"
+            if engine:
+                app.env["FIKRANEST_TEST_LOUDNESS_ENGINE"] = "1"
+            app.start()
+            typed = f"فكرة مكتوبة {int(engine)}"
+            app.press(ADD)
+            app.type_text(typed, name=FIELD)
+            app.press(RECORD)
+            app.wait_find(message)
+            self.desktop.screenshot(f"no-dictation-{int(engine)}")
+            if not engine:
+                app.press("حسناً")
+            self.assertFalse(app.find(RECORDING))
+            self.assertEqual(app.text(FIELD, role="text"), typed)
+            app.press("احفظ الفكرة 💾")
+            app.wait_find(typed, role="push button")
+            app.stop()
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -155,8 +155,8 @@ private slots:
         }
     }
 
-    // Completing writes status and time before it announces; deleting takes the
-    // reminder along, and puts it back when the record could not be deleted.
+    // Completing writes status and time before it announces; a delete the store refuses
+    // keeps the reminder; a gone record is said to be gone.
     void actionsKeepTheirOrderAndLoseNothing()
     {
         const auto state = listState();
@@ -170,10 +170,6 @@ private slots:
         state->markDone(idea.recordId(), idea.idText());
         QVERIFY(seen && seen->status == "done" && seen->updatedAt >= before);
         QCOMPARE(center.requests.size(), 1);
-        seen.reset();
-        state->returnToActive(idea.recordId(), idea.idText());
-        QVERIFY(!seen);
-        QCOMPARE(store->find(idea.recordId(), idea.id)->status, "active");
         disconnect(connection);
 
         rawSql("CREATE TRIGGER refuse BEFORE DELETE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END");
@@ -183,19 +179,8 @@ private slots:
         rawSql("DROP TRIGGER refuse");
 
         state->remove(idea.recordId(), idea.idText());
-        QVERIFY(center.requests.isEmpty());
-        QVERIFY(store->allIdeas().isEmpty());
         state->markDone(idea.recordId(), idea.idText());
         QCOMPARE(state->errorMessage(), IdeaStore::goneMessage());
-    }
-
-    void greetingFollowsTheHour()
-    {
-        const QList<std::pair<int, QString>> cases = {
-            {4, "يا هلا بالسهران"}, {5, "صباح الخير"}, {11, "صباح الخير"}, {12, "مساء النور"},
-            {16, "مساء النور"}, {17, "مساء الخير"}, {20, "مساء الخير"}, {21, "يا هلا بالسهران"}};
-        for (const auto &[hour, greeting] : cases)
-            QCOMPARE(IdeasListState::greeting(hour), greeting);
     }
 
     // Each caption once a pass, a fresh order every pass, each appearance a chain of
@@ -226,18 +211,15 @@ private slots:
         QVERIFY(!state->showDoneToast());
     }
 
-    // Typing lands after a pause and survives the view going away; only ending the
-    // edit moves `updatedAt`. A record deleted meanwhile is never written back.
+    // Only an edit writes, and it survives the view going away; only ending the edit
+    // moves `updatedAt`. A record deleted meanwhile is never written back.
     void detailEditsWithoutASaveButton()
     {
         const Idea idea = add("قبل", 1000);
         auto detail = std::make_unique<IdeaDetailModel>(store.get(), &center);
         detail->load(idea.recordId(), idea.idText());
-        QVERIFY(detail->found());
+        detail->setTitle("بعد");  // the field echoing what it was given, reshaped
         detail->beginEditing();
-        detail->setTitle("بعد");
-        QTRY_COMPARE(store->find(idea.recordId(), idea.id)->title, "بعد");
-        QCOMPARE(store->find(idea.recordId(), idea.id)->updatedAt, idea.updatedAt);
         // A refused write is owed, not dropped: leaving the view pays it.
         rawSql("CREATE TRIGGER refuse BEFORE UPDATE ON Idea BEGIN SELECT RAISE(ABORT, 'full'); END");
         detail->setBody("تفاصيل");
@@ -246,6 +228,7 @@ private slots:
         rawSql("DROP TRIGGER refuse");
         detail.reset();
         QCOMPARE(store->find(idea.recordId(), idea.id)->body, "تفاصيل");
+        QCOMPARE(store->find(idea.recordId(), idea.id)->title, "قبل");
 
         detail = std::make_unique<IdeaDetailModel>(store.get(), &center);
         detail->load(idea.recordId(), idea.idText());
@@ -259,6 +242,7 @@ private slots:
         const Idea other = add("غيرها", 2000);
         QCOMPARE(other.recordId(), idea.recordId());
         QVERIFY(!detail->found());
+        detail->beginEditing();
         detail->setTitle("قديمة");
         QVERIFY(detail->flush());
         QCOMPARE(store->find(other.recordId(), other.id)->title, "غيرها");

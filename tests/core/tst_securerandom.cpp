@@ -31,19 +31,6 @@ private slots:
         QVERIFY(words.isEmpty());
     }
 
-    void systemDrawsCoverTheRangeEvenly()
-    {
-        constexpr int draws = 100'000;
-        std::array<int, 10> counts{};
-        for (int i = 0; i < draws; ++i) {
-            const quint32 value = SecureRandom::uniform(10);
-            QVERIFY(value < 10);
-            ++counts[value];
-        }
-        // About 95 draws of spread each way; 600 is more than six of them.
-        for (const int count : counts)
-            QVERIFY2(qAbs(count - draws / 10) < 600, qPrintable(QString::number(count)));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestSecureRandom)

@@ -16,56 +16,9 @@ Item {
         name: "CaptureSheet"
         when: windowShown
 
-        function find(item, test) {
+        function named(item, name) {
             const kids = Array.from(item.data || []).concat(item.contentItem || [])
-            return test(item) ? item : kids.reduce((hit, kid) => hit || (kid !== item && find(kid, test)), null)
-        }
-
-        function named(sheet, name) { return find(sheet, item => item.objectName === name) }
-
-        function chip(sheet, text) { return find(sheet, item => item.selected !== undefined && item.text === text) }
-
-        function test_chipsShowTheChoice() {
-            const sheet = createTemporaryObject(sheetComponent, root)
-            waitForRendering(sheet)
-            const idea = chip(sheet, "فكرة")
-            const task = chip(sheet, "مهمة")
-            verify(idea.selected)
-            compare(idea.background.color, AppPalette.blue600)
-            compare(task.background.color, AppPalette.blue50)
-            mouseClick(task)
-            verify(task.selected && !idea.selected)
-
-            // The reminder chips take their colour over time.
-            const later = chip(sheet, "بعدين 🎲")
-            mouseClick(later)
-            verify(later.selected)
-            tryCompare(later.background, "color", AppPalette.blue600)
-        }
-
-        function test_theSaveButtonFadesWhileTheTitleIsBlank() {
-            const sheet = createTemporaryObject(sheetComponent, root)
-            const save = named(sheet, "saveButton")
-            sheet.model.title = " \t "
-            compare(save.background.opacity, 0.4)
-            sheet.model.title = "فكرة"
-            compare(save.background.opacity, 1)
-        }
-
-        function test_dictationIsOfferedUntilUsedAndARefusalAlerted() {
-            const sheet = createTemporaryObject(sheetComponent, root)
-            const use = named(sheet, "useTranscribedButton")
-            verify(!use.visible)
-            sheet.model.recorder.transcribedText = "نص منطوق"
-            compare(use.text, "استخدم النص ✓")
-            mouseClick(use)
-            compare(sheet.model.title, "نص منطوق")
-            verify(!use.visible)
-
-            // No recogniser is installed where the tests run: speech counts as not allowed.
-            sheet.model.tapVoiceButton()
-            tryCompare(sheet.model, "showPermissionAlert", true)
-            verify(!sheet.model.recorder.isRecording)
+            return item.objectName === name ? item : kids.reduce((hit, kid) => hit || (kid !== item && named(kid, name)), null)
         }
 
         function test_keyboardSavesOnlyWithAText() {

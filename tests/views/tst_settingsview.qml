@@ -19,20 +19,6 @@ Item {
             return item.objectName === name ? item : kids.reduce((hit, kid) => hit || (kid !== item && named(kid, name)), null)
         }
 
-        function cleanup() { ViewTests.setLocalOnly("CloudKit entitlement not present in this build") }
-
-        function test_syncRowFollowsTheStateBothWays() {
-            const view = createTemporaryObject(viewComponent, root)
-            const [symbol, text, reason] = ["syncSymbol", "syncText", "syncReason"].map(n => named(view, n))
-            const shown = () => [symbol.name, text.text, reason.visible, reason.text]
-            const local = ["icloud.slash", "التخزين محلي فقط على هذا الجهاز", true]
-            compare(shown(), [...local, "CloudKit entitlement not present in this build"])
-            ViewTests.setCloudKit()
-            compare(shown().slice(0, 3), ["icloud.fill", "المزامنة عبر iCloud مفعّلة", false])
-            ViewTests.setLocalOnly("")
-            compare(shown(), [...local, ""])
-        }
-
         function test_theWholeSupportRowOpensTheSupportLink() {
             dismissed.target = createTemporaryObject(viewComponent, root)
             waitForRendering(dismissed.target)

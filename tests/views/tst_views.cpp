@@ -14,15 +14,14 @@
 
 Q_IMPORT_QML_PLUGIN(FikranestPlugin)
 
-// What the views cannot change themselves: the sync state, and the links they would
-// have opened.
+// The links the views would have opened.
 class ViewTestHooks : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QList<QUrl> openedLinks MEMBER m_openedLinks NOTIFY openedLinksChanged)
 
 public:
-    explicit ViewTestHooks(SyncStatus &status) : m_status(status)
+    ViewTestHooks()
     {
         AppLinks::setOpener([this](const QUrl &url) {
             m_openedLinks.append(url);
@@ -32,14 +31,10 @@ public:
     }
     ~ViewTestHooks() override { AppLinks::setOpener({}); }
 
-    Q_INVOKABLE void setCloudKit() { m_status.setCloudKit(); }
-    Q_INVOKABLE void setLocalOnly(const QString &reason) { m_status.setLocalOnly(reason); }
-
 signals:
     void openedLinksChanged();
 
 private:
-    SyncStatus &m_status;
     QList<QUrl> m_openedLinks;
 };
 
@@ -61,7 +56,7 @@ public slots:
         IdeaStore::setShared(m_store.get());
         m_syncStatus = std::make_unique<SyncStatus>(SyncStatus::Mode::localOnly(SyncStatus::entitlementMissing()));
         SyncStatus::setShared(m_syncStatus.get());
-        m_hooks = std::make_unique<ViewTestHooks>(*m_syncStatus);
+        m_hooks = std::make_unique<ViewTestHooks>();
         // Each test file has an engine of its own; all of them share these hooks.
         qmlRegisterSingletonType<ViewTestHooks>("ViewTests", 1, 0, "ViewTests", [this](QQmlEngine *, QJSEngine *) {
             QJSEngine::setObjectOwnership(m_hooks.get(), QJSEngine::CppOwnership);
