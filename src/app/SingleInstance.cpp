@@ -39,7 +39,7 @@ SingleInstance::SingleInstance(const QString &folder, QObject *parent)
     connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::accept);
 }
 
-SingleInstance::Role SingleInstance::claim(const QStringList &arguments)
+SingleInstance::Role SingleInstance::claim(const QStringList &arguments, bool serve)
 {
     const QDeadlineTimer deadline(handOverLimitMs);
     // The lock decides who serves; a launch that loses the race keeps trying to reach
@@ -57,6 +57,8 @@ SingleInstance::Role SingleInstance::claim(const QStringList &arguments)
         }
         if (m_lock.tryLock(0)) {
             QLocalServer::removeServer(m_socketPath);
+            if (!serve)
+                return Role::primary;
             m_server.setSocketOptions(QLocalServer::UserAccessOption);
             if (m_server.listen(m_socketPath))
                 return Role::primary;

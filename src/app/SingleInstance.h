@@ -25,7 +25,10 @@ public:
     // `folder` holds the lock and the socket; the user's runtime folder by default.
     explicit SingleInstance(const QString &folder = {}, QObject *parent = nullptr);
 
-    Role claim(const QStringList &arguments);
+    // With `serve` false the winner only holds the lock, as a launch that stores one
+    // idea and exits does: later launches wait for it to finish rather than hand their
+    // arguments to a process that will never read them.
+    Role claim(const QStringList &arguments, bool serve = true);
     QString errorString() const { return m_error; }
     // Until one is set, later launches are told yes and their arguments dropped.
     void setHandler(Handler handler) { m_handler = std::move(handler); }

@@ -75,9 +75,9 @@ private:
 };
 
 // Hands the launch to the running instance; nullopt when this one is to serve.
-std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments)
+std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments, bool serve = true)
 {
-    switch (instance.claim(arguments.mid(1))) {
+    switch (instance.claim(arguments.mid(1), serve)) {
     case SingleInstance::Role::primary:
         return std::nullopt;
     case SingleInstance::Role::handedOver:
@@ -105,7 +105,7 @@ int addIdea(int argc, char *argv[], const CommandLine &line)
     QCoreApplication application(argc, argv);
     name(application);
     SingleInstance instance;
-    if (const std::optional<int> status = handOver(instance, application.arguments()))
+    if (const std::optional<int> status = handOver(instance, application.arguments(), false))
         return *status;
     IdeaStore::Opening opening = IdeaStore::open(IdeaStore::defaultPath());
     if (!opening.store) {

@@ -156,6 +156,15 @@ private slots:
         first.setHandler([](const QStringList &arguments) { return arguments != QStringList{"--add", "x"}; });
         QCOMPARE(claimElsewhere(folder.path(), {"--add", "x"}), SingleInstance::Role::refused);
     }
+
+    void aLaunchThatOnlyStoresMakesTheNextOneWaitForItsTurn()
+    {
+        QTemporaryDir folder;
+        auto adding = std::make_unique<SingleInstance>(folder.path());
+        QCOMPARE(adding->claim({"--add", "x"}, false), SingleInstance::Role::primary);
+        QTimer::singleShot(300, [&] { adding.reset(); });
+        QCOMPARE(claimElsewhere(folder.path(), {}), SingleInstance::Role::primary);
+    }
 };
 
 QTEST_MAIN(TestShell)
