@@ -32,9 +32,12 @@ public:
     static QString creation(const QDateTime &date, const QLocale &locale = QLocale::system(),
                             const QTimeZone &zone = AppClock::timeZone());
 
+    // `now` is the property's, which steps once a minute: what was made since its last
+    // step reads "now" rather than "in 5 seconds".
     Q_INVOKABLE QString relativeText(const QDateTime &date, const QDateTime &now) const
     {
-        return relative(date, now);
+        const bool sinceLastStep = date > now && now.secsTo(date) < 60;
+        return relative(sinceLastStep ? now : date, now);
     }
     Q_INVOKABLE QString reminderText(const QDateTime &date) const { return reminder(date); }
     Q_INVOKABLE QString creationText(const QDateTime &date) const { return creation(date); }

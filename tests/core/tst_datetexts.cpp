@@ -65,6 +65,14 @@ private slots:
         QFETCH(QString, expected);
         QCOMPARE(text(date, now, QLocale(locale), QTimeZone(zone)), expected);
     }
+
+    void whatWasMadeSinceTheMinuteStepReadsNow()
+    {
+        const DateTexts texts;
+        const QDateTime now = texts.now();
+        QCOMPARE(texts.relativeText(now.addSecs(5), now), texts.relativeText(now, now));
+        QVERIFY(texts.relativeText(now.addSecs(3600), now) != texts.relativeText(now, now));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestDateTexts)
