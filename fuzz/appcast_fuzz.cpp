@@ -1,26 +1,13 @@
 // Feeds arbitrary bytes to the update feed reader. Beyond the sanitizers, it stops
 // on anything the reader promises: items it keeps have a version and an http(s)
 // download, the newest is one of them, and the version order is antisymmetric.
+#include "FuzzInput.h"
 #include "Appcast.h"
 #include "VersionOrder.h"
 
-#include <cstddef>
-#include <cstdint>
-
-namespace {
-
-void check(bool holds)
-{
-    if (!holds)
-        __builtin_trap();
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char *>(data),
-                                                     static_cast<qsizetype>(size));
+    const QByteArray bytes = bytesOf(data, size);
     QString error;
     const std::optional<QList<AppcastItem>> items = Appcast::parse(bytes, &error);
     check(items.has_value() == error.isEmpty());

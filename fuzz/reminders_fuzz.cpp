@@ -2,27 +2,14 @@
 // after it the journal. Beyond the sanitizers, it stops on anything the reader
 // promises: requests it keeps have an identifier each, none twice; what it writes it
 // reads back the same, and a journaled request is left out.
+#include "FuzzInput.h"
 #include "ReminderFile.h"
 
 #include <QSet>
 
-#include <cstddef>
-#include <cstdint>
-
-namespace {
-
-void check(bool holds)
-{
-    if (!holds)
-        __builtin_trap();
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char *>(data),
-                                                     static_cast<qsizetype>(size));
+    const QByteArray bytes = bytesOf(data, size);
     const qsizetype cut = bytes.indexOf('\0');
     const ReminderFile::Contents read =
         ReminderFile::read(cut < 0 ? bytes : bytes.left(cut), cut < 0 ? QByteArray() : bytes.mid(cut + 1));
