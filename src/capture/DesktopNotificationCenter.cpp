@@ -40,6 +40,12 @@ constexpr int rewriteDelayMs = 1'000;
 
 constexpr QFileDevice::Permissions privateFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 
+// The harmless question that tells whether a server is there and answering.
+QDBusMessage serverInformation()
+{
+    return QDBusMessage::createMethodCall(service, objectPath, interface, QStringLiteral("GetServerInformation"));
+}
+
 QString journalPath(const QString &path)
 {
     return path + QStringLiteral(".shown");
@@ -140,9 +146,7 @@ void DesktopNotificationCenter::removePendingRequests(const QStringList &identif
 
 void DesktopNotificationCenter::requestAuthorization(std::function<void(bool granted)> completion)
 {
-    const QDBusMessage ask =
-        QDBusMessage::createMethodCall(service, objectPath, interface, QStringLiteral("GetServerInformation"));
-    auto *call = new QDBusPendingCallWatcher(m_bus.asyncCall(ask), this);
+    auto *call = new QDBusPendingCallWatcher(m_bus.asyncCall(serverInformation()), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [completion = std::move(completion)](QDBusPendingCallWatcher *call) {
                 call->deleteLater();
@@ -403,9 +407,7 @@ void DesktopNotificationCenter::retryLater()
 void DesktopNotificationCenter::ping()
 {
     m_sending = true;
-    const QDBusMessage ask =
-        QDBusMessage::createMethodCall(service, objectPath, interface, QStringLiteral("GetServerInformation"));
-    auto *call = new QDBusPendingCallWatcher(m_bus.asyncCall(ask, callTimeoutMs), this);
+    auto *call = new QDBusPendingCallWatcher(m_bus.asyncCall(serverInformation(), callTimeoutMs), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {
         call->deleteLater();
         m_sending = false;
