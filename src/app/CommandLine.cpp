@@ -1,6 +1,6 @@
 #include "CommandLine.h"
 
-#include "CaptureSheetModel.h"
+#include "Idea.h"
 #include "Vocabulary.h"
 
 #include <QCommandLineParser>
@@ -53,7 +53,7 @@ CommandLine CommandLine::parse(const QStringList &arguments)
 
     if (parser.isSet(add)) {
         line.action = Action::add;
-        line.text = CaptureSheetModel::trimmedTitle(parser.value(add));
+        line.text = Idea::trimmedTitle(parser.value(add));
         line.category = parser.isSet(category) ? parser.value(category) : Vocabulary::defaultCategory();
         if (line.text.isEmpty())
             return invalid(QStringLiteral("الفكرة فاضية! اكتب شي بعد --add"),

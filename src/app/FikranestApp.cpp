@@ -3,9 +3,12 @@
 #include "AppDelegate.h"
 #include "AppEvents.h"
 #include "AppSettings.h"
+#include "AppWindow.h"
 #include "AutostartEntry.h"
+#include "IdeaActions.h"
 #include "ClockChangeWatcher.h"
 #include "DesktopNotificationCenter.h"
+#include "ReminderKeeper.h"
 #include "MenuBarExtra.h"
 #include "AppPalette.h"
 #include "Symbols.h"
@@ -15,17 +18,11 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QPalette>
-#include <QJSEngine>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QSystemTrayIcon>
 #include <QTimer>
-
-namespace {
-FikranestApp *sharedApp = nullptr;
-}
 
 FikranestApp::FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent)
     : QObject(parent), m_probes(std::move(probes))
@@ -34,8 +31,6 @@ FikranestApp::FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent)
 
 FikranestApp::~FikranestApp()
 {
-    if (sharedApp == this)
-        sharedApp = nullptr;
     delete m_mainWindow;
     m_menuBar.reset();
     m_engine.reset();
@@ -81,7 +76,6 @@ bool FikranestApp::start(bool background)
         return false;
     IdeaStore::setShared(m_container.store.get());
     SyncStatus::setShared(m_container.syncStatus.get());
-    sharedApp = this;
 
     QPointer<SyncStatus> status = m_container.syncStatus.get();
     connect(m_probes.get(), &CloudProbes::identityChanged, this, [this, status] {
@@ -89,7 +83,7 @@ bool FikranestApp::start(bool background)
             status->recheck(*m_probes);
     });
 
-    m_notifications = std::make_unique<DesktopNotificationCenter>(DesktopNotificationCenter::defaultPath());
+    m_notifications = std::make_unique<DesktopNotificationCenter>(ReminderKeeper::defaultPath());
     NotificationCenter::setShared(m_notifications.get());
     connect(m_notifications.get(), &NotificationCenter::notificationActivated, this,
             [this] { openWindow(QStringLiteral("main")); });
@@ -99,6 +93,10 @@ bool FikranestApp::start(bool background)
 
     m_engine = std::make_unique<QQmlEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/"));
+    // Qt.quit() from a screen (Ctrl+Q) closes the program as SIGTERM does.
+    connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(), &QCoreApplication::quit,
+            Qt::QueuedConnection);
+    connect(&AppEvents::instance(), &AppEvents::windowRequested, this, &FikranestApp::openWindow);
     m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
     m_menuBar->create();
     // On a first run the panel is the one that hears the call to open the window.
@@ -140,38 +138,23 @@ bool FikranestApp::handle(const CommandLine &line)
 bool FikranestApp::addIdea(IdeaStore &store, const CommandLine &line)
 {
     Idea idea = Idea::make(line.text, QString(), line.category, false, std::nullopt, false);
-    return store.insert(idea);
-}
-
-FikranestApp *FikranestApp::create(QQmlEngine *, QJSEngine *)
-{
-    Q_ASSERT(sharedApp);
-    QJSEngine::setObjectOwnership(sharedApp, QJSEngine::CppOwnership);
-    return sharedApp;
+    return IdeaActions(&store, nullptr).add(idea);
 }
 
 void FikranestApp::openWindow(const QString &id)
 {
     if (id != QStringLiteral("main"))
         return;
-    if (!m_mainWindow) {
-        QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/Fikranest/MainWindow.qml")));
-        m_mainWindow = qobject_cast<QQuickWindow *>(component.create());
-        if (!m_mainWindow) {
-            qWarning("%s", qPrintable(component.errorString()));
-            return;
-        }
+    const bool built = m_mainWindow;
+    if (!AppWindow::ensure(*m_engine, QUrl(QStringLiteral("qrc:/Fikranest/MainWindow.qml")), m_mainWindow))
+        return;
+    if (!built) {
         connect(m_mainWindow, &QWindow::visibleChanged, this, [this](bool visible) {
             if (!visible)
                 mainWindowHidden();
         });
     }
-    if (m_mainWindow->windowStates() & Qt::WindowMinimized)
-        m_mainWindow->showNormal();
-    else
-        m_mainWindow->show();
-    m_mainWindow->raise();
-    m_mainWindow->requestActivate();
+    AppWindow::present(*m_mainWindow);
 }
 
 void FikranestApp::startReminders()
@@ -198,9 +181,4 @@ void FikranestApp::mainWindowHidden()
     m_toldHowToComeBack = true;
     m_notifications->announce(QStringLiteral("الفكرون شغّال بالخلفية 👀"),
                               QStringLiteral("عشان توصلك التذكيرات ⏰ ترجّعه من قائمة البرامج أو بأمر fikranest"));
-}
-
-void FikranestApp::quit()
-{
-    QCoreApplication::quit();
 }

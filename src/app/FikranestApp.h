@@ -6,7 +6,6 @@
 
 #include <QObject>
 #include <QPointer>
-#include <QtQml/qqmlregistration.h>
 
 #include <memory>
 
@@ -14,7 +13,6 @@ class ClockChangeWatcher;
 class DesktopNotificationCenter;
 class MenuBarExtra;
 class QGuiApplication;
-class QJSEngine;
 class QQmlEngine;
 #include <QQuickWindow>
 
@@ -22,8 +20,6 @@ class QQmlEngine;
 class FikranestApp : public QObject
 {
     Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
 
 public:
     explicit FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent = nullptr);
@@ -47,11 +43,8 @@ public:
     // Stores the idea a command line carries, as the sheet would without a reminder.
     static bool addIdea(IdeaStore &store, const CommandLine &line);
 
-    static FikranestApp *create(QQmlEngine *, QJSEngine *);
-
     // Shows the window with this id ("main"), raised and active; never a second one.
-    Q_INVOKABLE void openWindow(const QString &id);
-    Q_INVOKABLE void quit();
+    void openWindow(const QString &id);
 
 private:
     void startReminders();

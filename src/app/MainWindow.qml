@@ -25,6 +25,6 @@ ApplicationWindow {
     }
     Shortcut {
         sequences: [StandardKey.Quit]
-        onActivated: FikranestApp.quit()
+        onActivated: Qt.quit()
     }
 }

@@ -84,7 +84,7 @@ bool IdeaDetailModel::write()
     m_saveTimer.stop();
     if (!m_found || !m_store)
         return false;
-    const IdeaStore::Write result = m_store->update(m_idea);
+    const IdeaStore::Write result = m_actions->edit(m_idea);
     // A refused write stays owed: the next pause, or leaving, tries again.
     m_unsaved = result == IdeaStore::Write::failed;
     if (result == IdeaStore::Write::gone) {

@@ -2,18 +2,8 @@
 
 #include "IdeaStore.h"
 #include "NotificationCenter.h"
-#include "ReminderNotifications.h"
 #include "ReminderOption.h"
 #include "Vocabulary.h"
-
-namespace {
-
-bool isSpaceOrTab(QChar ch)
-{
-    return ch == u'\t' || ch.category() == QChar::Separator_Space;
-}
-
-} // namespace
 
 CaptureSheetModel::CaptureSheetModel(QObject *parent)
     : CaptureSheetModel(IdeaStore::shared(), NotificationCenter::shared(), parent)
@@ -22,23 +12,11 @@ CaptureSheetModel::CaptureSheetModel(QObject *parent)
 
 CaptureSheetModel::CaptureSheetModel(IdeaStore *store, NotificationCenter *notifications, QObject *parent)
     : QObject(parent),
-      m_store(store),
-      m_notifications(notifications),
+      m_actions(store, notifications),
       m_recorder(nullptr, {}, this),
       // Most of what people throw in here is a passing thought: the record's own default.
       m_selectedCategory(Vocabulary::defaultCategory())
 {
-}
-
-QString CaptureSheetModel::trimmedTitle(const QString &title)
-{
-    qsizetype begin = 0;
-    qsizetype end = title.size();
-    while (begin < end && isSpaceOrTab(title.at(begin)))
-        ++begin;
-    while (end > begin && isSpaceOrTab(title.at(end - 1)))
-        --end;
-    return title.mid(begin, end - begin);
 }
 
 QString CaptureSheetModel::joinedTitle(const QString &title, const QString &dictated)
@@ -122,8 +100,8 @@ void CaptureSheetModel::useTranscribedText()
 bool CaptureSheetModel::save()
 {
     m_recorder.stopRecording();
-    const QString title = trimmedTitle(m_title);
-    if (title.isEmpty() || !m_store)
+    const QString title = Idea::trimmedTitle(m_title);
+    if (title.isEmpty())
         return false;
 
     std::optional<QDateTime> reminderDate;
@@ -131,13 +109,11 @@ bool CaptureSheetModel::save()
         reminderDate = ReminderOption::allCases().at(m_selectedReminder).date();
     // Dictated or not, the sheet never marks an idea as a voice note.
     Idea idea = Idea::make(title, QString(), m_selectedCategory, reminderDate.has_value(), reminderDate, false);
-    if (!m_store->insert(idea)) {
+    if (!m_actions.add(idea)) {
         m_saveError = IdeaStore::writeFailureMessage();
         emit saveErrorChanged();
         return false;
     }
-    if (reminderDate && m_notifications)
-        ReminderNotifications::scheduleNotification(idea, *m_notifications);
     return true;
 }
 

@@ -1,14 +1,25 @@
 #pragma once
 
 #include "AudioRecorder.h"
+#include "Idea.h"
+#include "IdeaActions.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
-#include <QtQml/qqmlregistration.h>
+#include <QtQml/qqml.h>
 
 class IdeaStore;
 class NotificationCenter;
+
+// The sheet's recorder, as its QML sees it.
+struct AudioRecorderForeign
+{
+    Q_GADGET
+    QML_FOREIGN(AudioRecorder)
+    QML_NAMED_ELEMENT(AudioRecorder)
+    QML_UNCREATABLE("The capture sheet creates its own recorder")
+};
 
 // The state and rules of the new-idea sheet; the sheet itself only draws them.
 // Each presentation makes a fresh one, so every sheet starts empty.
@@ -34,14 +45,12 @@ public:
     explicit CaptureSheetModel(QObject *parent = nullptr);
     CaptureSheetModel(IdeaStore *store, NotificationCenter *notifications, QObject *parent = nullptr);
 
-    // Spaces and tabs (any space separator) go; line breaks at either end stay.
-    static QString trimmedTitle(const QString &title);
     // Dictated text goes after the typed text with one space between them.
     static QString joinedTitle(const QString &title, const QString &dictated);
 
     QString title() const { return m_title; }
     void setTitle(const QString &title);
-    bool canSave() const { return !trimmedTitle(m_title).isEmpty(); }
+    bool canSave() const { return !Idea::trimmedTitle(m_title).isEmpty(); }
     QString selectedCategory() const { return m_selectedCategory; }
     void setSelectedCategory(const QString &category);
     // Index into reminderLabels, or -1 for no reminder.
@@ -71,8 +80,7 @@ signals:
     void preparingVoiceChanged();
 
 private:
-    QPointer<IdeaStore> m_store;
-    QPointer<NotificationCenter> m_notifications;
+    IdeaActions m_actions;
     AudioRecorder m_recorder;
     QString m_title;
     QString m_selectedCategory;

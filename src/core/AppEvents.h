@@ -21,6 +21,8 @@ public:
 
     Q_INVOKABLE void postOpenMainWindow() { emit openMainWindowRequested(); }
     Q_INVOKABLE void postIdeaMarkedDone() { emit ideaMarkedDone(); }
+    // Shows the window with this id ("main"), raised and active; never a second one.
+    Q_INVOKABLE void openWindow(const QString &id) { emit windowRequested(id); }
     Q_INVOKABLE void postOpenIdea(qint64 recordId, const QString &ideaId) { emit openIdeaRequested(recordId, ideaId); }
     void postNewIdea()
     {
@@ -34,6 +36,7 @@ signals:
     // "FikranestOpenMainWindow"
     void openMainWindowRequested();
     void ideaMarkedDone();
+    void windowRequested(const QString &id);
     // An idea picked outside the main window, to be shown in its detail view there.
     void openIdeaRequested(qint64 recordId, const QString &ideaId);
     // The new-idea sheet asked for from outside the window (the command line).

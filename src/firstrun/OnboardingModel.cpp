@@ -1,7 +1,7 @@
 #include "OnboardingModel.h"
 
 #include "AppSettings.h"
-#include "CaptureSheetModel.h"
+#include "Idea.h"
 #include "NotificationCenter.h"
 
 OnboardingModel::OnboardingModel(QObject *parent)
@@ -26,7 +26,7 @@ void OnboardingModel::setNameInput(const QString &name)
 // A name trims like an idea's title: spaces and tabs go, a pasted line break stays.
 bool OnboardingModel::canStart() const
 {
-    return !CaptureSheetModel::trimmedTitle(m_nameInput).isEmpty();
+    return !Idea::trimmedTitle(m_nameInput).isEmpty();
 }
 
 QString OnboardingModel::readyTitle() const
@@ -36,7 +36,7 @@ QString OnboardingModel::readyTitle() const
 
 void OnboardingModel::start()
 {
-    const QString name = CaptureSheetModel::trimmedTitle(m_nameInput);
+    const QString name = Idea::trimmedTitle(m_nameInput);
     if (name.isEmpty())
         return;
     m_settings->setUserName(name);

@@ -1,10 +1,10 @@
 #include "MenuBarExtra.h"
 
+#include "AppWindow.h"
 #include "LatencyTrace.h"
 
 #include <QCursor>
 #include <QGuiApplication>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
@@ -39,12 +39,8 @@ QQuickWindow *MenuBarExtra::panel()
 {
     if (m_panel)
         return m_panel;
-    QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")));
-    m_panel = qobject_cast<QQuickWindow *>(component.create());
-    if (!m_panel) {
-        qWarning("%s", qPrintable(component.errorString()));
+    if (!AppWindow::ensure(m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")), m_panel))
         return nullptr;
-    }
     // Like a popover: clicking elsewhere puts it away.
     connect(m_panel, &QWindow::activeChanged, this, [this] {
         if (!m_panel->isActive() && m_panel->isVisible())
@@ -66,9 +62,7 @@ void MenuBarExtra::togglePanel()
         screen = QGuiApplication::primaryScreen();
     const QSize size(panelWidth, qMax(1, m_panel->height()));
     m_panel->setPosition(panelPosition(m_tray.geometry(), size, screen->availableGeometry(), QCursor::pos()));
-    m_panel->show();
-    m_panel->raise();
-    m_panel->requestActivate();
+    AppWindow::present(*m_panel);
 }
 
 QPoint MenuBarExtra::panelPosition(const QRect &iconGeometry, const QSize &panelSize, const QRect &available,

@@ -1,6 +1,6 @@
 #include "MenuBarModel.h"
 
-#include "CaptureSheetModel.h"
+#include "IdeaActions.h"
 #include "IdeaStore.h"
 #include "Vocabulary.h"
 
@@ -49,11 +49,11 @@ QStringList MenuBarModel::categories()
 
 void MenuBarModel::save()
 {
-    const QString title = CaptureSheetModel::trimmedTitle(m_newIdeaText);
-    if (title.isEmpty() || !m_store)
+    const QString title = Idea::trimmedTitle(m_newIdeaText);
+    if (title.isEmpty())
         return;
     Idea idea = Idea::make(title, QString(), m_selectedCategory, false, std::nullopt, false);
-    if (!m_store->insert(idea)) {
+    if (!IdeaActions(m_store, nullptr).add(idea)) {
         // What was typed stays, so the next try needs no retyping.
         setSaveError(IdeaStore::writeFailureMessage());
         return;

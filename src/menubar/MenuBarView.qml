@@ -23,7 +23,7 @@ Pane {
     // A first run asks for the main window through here.
     Connections {
         target: AppEvents
-        function onOpenMainWindowRequested() { FikranestApp.openWindow("main") }
+        function onOpenMainWindowRequested() { AppEvents.openWindow("main") }
     }
 
     ColumnLayout {
@@ -163,7 +163,7 @@ Pane {
                     Accessible.name: text
                     // Opens the idea itself in the main window.
                     onClicked: {
-                        FikranestApp.openWindow("main")
+                        AppEvents.openWindow("main")
                         AppEvents.postOpenIdea(modelData.recordId, modelData.ideaId)
                         panel.dismissRequested()
                     }
@@ -199,7 +199,7 @@ Pane {
                 verticalPadding: 4
                 text: "افتح كل الأفكار"
                 onClicked: {
-                    FikranestApp.openWindow("main")
+                    AppEvents.openWindow("main")
                     panel.dismissRequested()
                 }
                 contentItem: Row {
@@ -240,7 +240,7 @@ Pane {
                 flat: true
                 verticalPadding: 4
                 text: "إغلاق التطبيق"
-                onClicked: FikranestApp.quit()
+                onClicked: Qt.quit()
                 contentItem: Label {
                     text: quitButton.text
                     horizontalAlignment: Text.AlignLeft

@@ -18,7 +18,7 @@ Window {
     }
     Shortcut {
         sequences: [StandardKey.Quit]
-        onActivated: FikranestApp.quit()
+        onActivated: Qt.quit()
     }
 
     MenuBarView {

@@ -3,6 +3,12 @@
 #include <atomic>
 
 namespace {
+
+bool isSpaceOrTab(QChar ch)
+{
+    return ch == u'\t' || ch.category() == QChar::Separator_Space;
+}
+
 // Provisional identities count down from -1 so they never meet a store row key.
 std::atomic<qint64> nextProvisionalId{-1};
 }
@@ -34,4 +40,15 @@ Idea Idea::make(const QString &title, const QString &body, const QString &catego
 QString Idea::idText() const
 {
     return id.toString(QUuid::WithoutBraces).toUpper();
+}
+
+QString Idea::trimmedTitle(const QString &title)
+{
+    qsizetype begin = 0;
+    qsizetype end = title.size();
+    while (begin < end && isSpaceOrTab(title.at(begin)))
+        ++begin;
+    while (end > begin && isSpaceOrTab(title.at(end - 1)))
+        --end;
+    return title.mid(begin, end - begin);
 }

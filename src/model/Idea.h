@@ -40,6 +40,10 @@ struct Idea
     // Upper-case, hyphenated, no braces: the form stored and used for reminders.
     QString idText() const;
 
+    // A title as kept: spaces and tabs (any space separator) go from both ends; line
+    // breaks there stay. Names typed at the first run follow the same rule.
+    static QString trimmedTitle(const QString &title);
+
     friend bool operator==(const Idea &a, const Idea &b) { return a.m_recordId == b.m_recordId; }
     friend size_t qHash(const Idea &idea, size_t seed = 0) { return qHash(idea.m_recordId, seed); }
 

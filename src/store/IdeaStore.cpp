@@ -1,34 +1,20 @@
 #include "IdeaStore.h"
 
-#include <algorithm>
-#include <functional>
-#include <vector>
+#include "StoreFileCheck.h"
 
-#include <QDir>
+#include "NewestKeys.h"
+
 #include <QFile>
-#include <QFileInfo>
 #include <QStandardPaths>
-#include <QUrl>
 
 #include <sqlite3.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
-// "Fkrn": marks the file as ours, so a stranger's database is never written to.
-constexpr int applicationId = 0x466B726E;
-// Schema 1.0.0 as major * 10000 + minor * 100 + patch.
-constexpr int schemaVersion = 10000;
-
 const char *const columns = "id, title, body, category, status, hasReminder, reminderDate, "
                             "isVoiceNote, createdAt, updatedAt";
-const QStringList columnNames = {"id", "title", "body", "category", "status", "hasReminder",
-                                 "reminderDate", "isVoiceNote", "createdAt", "updatedAt"};
 
 // No column is unique or indexed. The record's identity is its rowid, which the table
 // is never vacuumed to renumber; SQLite hands a deleted row's rowid to the next insert,
@@ -49,164 +35,9 @@ enum Slot { InsertSlot, UpdateSlot, DeleteSlot, FindSlot };
 
 IdeaStore *sharedStore = nullptr;
 
-QString sqliteError(sqlite3 *db)
-{
-    return QString::fromUtf8(sqlite3_errmsg(db));
-}
-
 bool run(sqlite3 *db, const char *sql)
 {
     return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-// A single integer from a pragma or query, or nullopt when the read fails.
-std::optional<qint64> queryInt(sqlite3 *db, const char *sql)
-{
-    sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
-        return std::nullopt;
-    std::optional<qint64> value;
-    if (sqlite3_step(statement) == SQLITE_ROW)
-        value = sqlite3_column_int64(statement, 0);
-    sqlite3_finalize(statement);
-    return value;
-}
-
-std::optional<QStringList> ideaColumns(sqlite3 *db)
-{
-    sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(db, "PRAGMA table_info(Idea)", -1, &statement, nullptr) != SQLITE_OK)
-        return std::nullopt;
-    QStringList names;
-    while (sqlite3_step(statement) == SQLITE_ROW)
-        names << QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, 1)));
-    sqlite3_finalize(statement);
-    return names;
-}
-
-// Checks an opened file without writing to it. Returns the reason it cannot be
-// used, or "" when it is usable; `empty` tells whether the schema must be made.
-QString inspect(sqlite3 *db, bool *empty)
-{
-    const auto tables = queryInt(db, "SELECT count(*) FROM sqlite_master");
-    if (!tables)
-        return sqliteError(db);
-    const auto appId = queryInt(db, "PRAGMA application_id");
-    const auto version = queryInt(db, "PRAGMA user_version");
-    if (!appId || !version)
-        return sqliteError(db);
-    *empty = *tables == 0;
-    if (*empty)
-        return {};
-    if (*appId != applicationId)
-        return QStringLiteral("it is another program's database, not a Fikranest store");
-    if (*version > schemaVersion)
-        return QStringLiteral("it was written by a newer version of Fikranest");
-    const auto names = ideaColumns(db);
-    if (!names)
-        return sqliteError(db);
-    if (*names != columnNames)
-        return QStringLiteral("its Idea table has unexpected columns");
-    return {};
-}
-
-// Root passes every access check, so for root the owner's bits alone say whether
-// the file was meant to be read or written.
-bool permitted(const QByteArray &path, const struct stat &target, int access)
-{
-    if (::geteuid() == 0)
-        return (target.st_mode & (access == R_OK ? S_IRUSR : S_IWUSR)) != 0;
-    return ::faccessat(AT_FDCWD, path.constData(), access, AT_EACCESS) == 0;
-}
-
-// Judged from the directory entry alone, before SQLite opens it: a FIFO would block
-// the open, and SQLite's own words for these name the wrong cause.
-QString refusalByKind(const QString &path, const struct stat &link, struct stat *target)
-{
-    const QByteArray nativePath = QFile::encodeName(path);
-    if (::stat(nativePath.constData(), target) != 0) {
-        if (S_ISLNK(link.st_mode) && errno == ENOENT)
-            return QStringLiteral("it is a symbolic link to %1, which does not exist")
-                .arg(QFileInfo(path).symLinkTarget());
-        return QString::fromLocal8Bit(strerror(errno));
-    }
-    const mode_t type = target->st_mode & S_IFMT;
-    if (type == S_IFDIR)
-        return QStringLiteral("it is a folder, not a file");
-    if (type == S_IFIFO)
-        return QStringLiteral("it is a named pipe (FIFO), not a file");
-    if (type == S_IFCHR || type == S_IFBLK)
-        return QStringLiteral("it is a device, not a file");
-    if (type == S_IFSOCK)
-        return QStringLiteral("it is a socket, not a file");
-    if (type != S_IFREG)
-        return QStringLiteral("it is not a regular file");
-    if (!permitted(nativePath, *target, R_OK))
-        return QStringLiteral("there is no permission to read it");
-    if (!permitted(nativePath, *target, W_OK))
-        return QStringLiteral("it is read-only");
-    return {};
-}
-
-quint32 bigEndian(const QByteArray &bytes, int at, int size)
-{
-    quint32 value = 0;
-    for (int i = 0; i < size; ++i)
-        value = value << 8 | quint8(bytes[at + i]);
-    return value;
-}
-
-// Judged from the file's first 100 bytes, which say how big it should be. A journal
-// beside it may hold pages the file itself does not have yet.
-QString refusalByHeader(const QString &path, qint64 size, bool journalled)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return file.errorString();
-    const QByteArray header = file.read(100);
-    static const QByteArray magic("SQLite format 3", 16);
-    if (!header.startsWith(magic))
-        return QStringLiteral("it is not a database");
-    const QString cutShort = QStringLiteral("it is cut short: part of the database is missing");
-    if (header.size() < 100)
-        return cutShort;
-    const quint32 pageSize = bigEndian(header, 16, 2) == 1 ? 65536 : bigEndian(header, 16, 2);
-    if (pageSize < 512 || pageSize > 65536 || (pageSize & (pageSize - 1)) != 0)
-        return QStringLiteral("it is not a database");
-    if (journalled)
-        return {};
-    // The page count is only trusted when its version stamp matches the change counter.
-    const bool countValid = bigEndian(header, 24, 4) == bigEndian(header, 92, 4) && bigEndian(header, 28, 4) != 0;
-    if (size % pageSize != 0 || (countValid && qint64(bigEndian(header, 28, 4)) * pageSize > size))
-        return cutShort;
-    return {};
-}
-
-// Reads the file with SQLite without writing to it or beside it. With no journal
-// beside it the file is the whole store, and SQLite reads it as unchangeable, with
-// no locks and no journal files; otherwise a read-only connection reads the journal
-// too, and a shared-memory file it had to make is taken away again on refusal.
-QString refusalByContents(const QString &path, qint64 size, bool *empty)
-{
-    const QString walPath = path + QStringLiteral("-wal");
-    const QString shmPath = path + QStringLiteral("-shm");
-    const bool journalled = QFileInfo(walPath).size() > 0;
-    if (QString reason = refusalByHeader(path, size, journalled); !reason.isEmpty())
-        return reason;
-    const bool hadShm = QFileInfo::exists(shmPath);
-    const QByteArray uri = "file:" + QUrl::toPercentEncoding(QFileInfo(path).absoluteFilePath(), "/")
-        + (journalled ? "?mode=ro" : "?mode=ro&immutable=1");
-    sqlite3 *db = nullptr;
-    QString reason;
-    if (sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr)
-        != SQLITE_OK)
-        reason = db ? sqliteError(db) : QStringLiteral("out of memory");
-    else
-        reason = inspect(db, empty);
-    sqlite3_close_v2(db);
-    if (!reason.isEmpty() && !hadShm)
-        QFile::remove(shmPath);
-    return reason;
 }
 
 QDateTime dateFromMs(qint64 ms)
@@ -247,39 +78,12 @@ void bindFields(sqlite3_stmt *statement, const Idea &idea, int first)
 
 IdeaStore::Opening IdeaStore::open(const QString &path)
 {
-    const QFileInfo info(path);
-    const QString folder = info.absolutePath();
-    if (!QFileInfo(folder).isDir() && !QDir().mkpath(folder))
-        return {nullptr, QStringLiteral("cannot create the folder %1").arg(folder)};
-
-    // Created here rather than by SQLite so that it, and the journal files that copy
-    // its mode, are private to the user from the first byte.
-    bool created = false;
-    bool empty = true;
-    QByteArray nativePath = QFile::encodeName(path);
-    struct stat link{};
-    if (::lstat(nativePath.constData(), &link) != 0) {
-        const int fd = ::open(nativePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd < 0)
-            return {nullptr, QString::fromLocal8Bit(strerror(errno))};
-        ::close(fd);
-        created = true;
-    } else {
-        struct stat target{};
-        if (const QString reason = refusalByKind(path, link, &target); !reason.isEmpty())
-            return {nullptr, reason};
-        // SQLite keeps the journal beside the file a link points to.
-        const QString file = info.canonicalFilePath();
-        empty = target.st_size == 0;
-        if (const QString reason = empty ? QString() : refusalByContents(file, target.st_size, &empty);
-            !reason.isEmpty())
-            return {nullptr, reason};
-        nativePath = QFile::encodeName(file);
-    }
-
-    // Private whatever they were before: the folder, the file, and below its journal.
-    ::chmod(QFile::encodeName(folder).constData(), 0700);
-    ::chmod(nativePath.constData(), 0600);
+    const StoreFileCheck::Target target = StoreFileCheck::prepare(path);
+    if (!target.refusal.isEmpty())
+        return {nullptr, target.refusal};
+    const bool created = target.created;
+    const bool empty = target.empty;
+    const QByteArray &nativePath = target.nativePath;
     const auto fail = [&](sqlite3 *db, const QString &reason) {
         sqlite3_close_v2(db);
         if (created)
@@ -290,7 +94,7 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
     sqlite3 *db = nullptr;
     if (sqlite3_open_v2(nativePath.constData(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr)
         != SQLITE_OK)
-        return fail(db, db ? sqliteError(db) : QStringLiteral("out of memory"));
+        return fail(db, db ? StoreFileCheck::sqliteError(db) : QStringLiteral("out of memory"));
     if (sqlite3_db_readonly(db, "main") == 1)
         return fail(db, QStringLiteral("it is read-only"));
     sqlite3_busy_timeout(db, 5000);
@@ -301,13 +105,13 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
     // what walking the table for the list's newest ideas mostly is.
     run(db, "PRAGMA mmap_size=1073741824");
     if (!run(db, "PRAGMA journal_mode=WAL") || !run(db, "PRAGMA synchronous=FULL"))
-        return fail(db, sqliteError(db));
+        return fail(db, StoreFileCheck::sqliteError(db));
     if (empty) {
         const QByteArray schema = QByteArray("BEGIN IMMEDIATE;") + createTable + ";"
-            + "PRAGMA application_id=" + QByteArray::number(applicationId) + ";"
-            + "PRAGMA user_version=" + QByteArray::number(schemaVersion) + ";COMMIT;";
+            + "PRAGMA application_id=" + QByteArray::number(StoreFileCheck::applicationId) + ";"
+            + "PRAGMA user_version=" + QByteArray::number(StoreFileCheck::schemaVersion) + ";COMMIT;";
         if (!run(db, schema.constData())) {
-            const QString reason = sqliteError(db);
+            const QString reason = StoreFileCheck::sqliteError(db);
             run(db, "ROLLBACK");
             return fail(db, reason);
         }
@@ -543,41 +347,27 @@ QList<Idea> IdeaStore::page(const Selection &selection, const std::optional<Idea
         sqlite3_bind_int64(scan, 5, after->recordId());
     }
 
-    using Key = std::pair<qint64, qint64>; // createdAt, rowid: larger is newer
-    std::vector<Key> newest; // a heap with the oldest kept on top
-    newest.reserve(size_t(limit) + 1);
-    const auto olderOnTop = std::greater<Key>();
-    const auto keep = [&](const Key &key) {
-        if (int(newest.size()) == limit && !(newest.front() < key))
-            return;
-        newest.push_back(key);
-        std::push_heap(newest.begin(), newest.end(), olderOnTop);
-        if (int(newest.size()) > limit) {
-            std::pop_heap(newest.begin(), newest.end(), olderOnTop);
-            newest.pop_back();
-        }
-    };
+    NewestKeys newest(limit);
     qint64 lowestRowid = 0;
-    while (int(newest.size()) < limit && sqlite3_step(scan) == SQLITE_ROW) {
+    while (!newest.full() && sqlite3_step(scan) == SQLITE_ROW) {
         lowestRowid = sqlite3_column_int64(scan, 0);
-        keep({sqlite3_column_int64(scan, 1), lowestRowid});
+        newest.keep({sqlite3_column_int64(scan, 1), lowestRowid});
     }
-    if (int(newest.size()) == limit) {
+    if (newest.full()) {
         sqlite3_reset(scan);
         sqlite3_bind_int64(scan, 6, lowestRowid);
-        sqlite3_bind_int64(scan, 7, newest.front().first);
-        sqlite3_bind_int64(scan, 8, newest.front().second);
+        sqlite3_bind_int64(scan, 7, newest.oldest().first);
+        sqlite3_bind_int64(scan, 8, newest.oldest().second);
         while (sqlite3_step(scan) == SQLITE_ROW)
-            keep({sqlite3_column_int64(scan, 1), sqlite3_column_int64(scan, 0)});
+            newest.keep({sqlite3_column_int64(scan, 1), sqlite3_column_int64(scan, 0)});
     }
     sqlite3_finalize(scan);
-
-    std::sort(newest.begin(), newest.end(), std::greater<Key>());
+    const std::vector<NewestKeys::Key> keys = newest.takeNewestFirst();
     sqlite3_stmt *row = nullptr;
     if (sqlite3_prepare_v2(m_db, rowSql.constData(), -1, &row, nullptr) != SQLITE_OK)
         return ideas;
-    ideas.reserve(qsizetype(newest.size()));
-    for (const Key &key : newest) {
+    ideas.reserve(qsizetype(keys.size()));
+    for (const NewestKeys::Key &key : keys) {
         sqlite3_bind_int64(row, 1, key.second);
         if (sqlite3_step(row) == SQLITE_ROW)
             ideas.append(readRow(row));

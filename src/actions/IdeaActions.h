@@ -7,15 +7,23 @@
 
 class NotificationCenter;
 
-// What a person can do to a stored idea from the list and the detail view: complete,
-// reopen, delete. Every surface goes through here, so the rules hold everywhere.
+// Everything a person does to an idea: add, edit, complete, reopen, delete. Every
+// surface writes through here, so the reminder rules hold everywhere: a new idea's
+// reminder is scheduled, a deleted idea's is cancelled, a completed one keeps it.
 class IdeaActions : public QObject
 {
     Q_OBJECT
 
 public:
+    // Over the program's store and notification centre.
+    explicit IdeaActions(QObject *parent = nullptr);
     IdeaActions(IdeaStore *store, NotificationCenter *notifications, QObject *parent = nullptr);
 
+    // Stores a new idea, then schedules its reminder if it has one. False when the
+    // store refused it; nothing is scheduled then.
+    bool add(Idea &idea);
+    // Writes the idea's fields as they now stand.
+    IdeaStore::Write edit(const Idea &idea);
     // The one status setter: `status`, then `updatedAt` to now, in one write. A
     // completion announces itself; the idea's reminder stays as it is.
     IdeaStore::Write setStatus(Idea &idea, const QString &status);

@@ -6,9 +6,28 @@
 #include "ReminderNotifications.h"
 #include "Vocabulary.h"
 
+IdeaActions::IdeaActions(QObject *parent)
+    : IdeaActions(IdeaStore::shared(), NotificationCenter::shared(), parent)
+{
+}
+
 IdeaActions::IdeaActions(IdeaStore *store, NotificationCenter *notifications, QObject *parent)
     : QObject(parent), m_store(store), m_notifications(notifications)
 {
+}
+
+bool IdeaActions::add(Idea &idea)
+{
+    if (!m_store || !m_store->insert(idea))
+        return false;
+    if (idea.hasReminder && m_notifications)
+        ReminderNotifications::scheduleNotification(idea, *m_notifications);
+    return true;
+}
+
+IdeaStore::Write IdeaActions::edit(const Idea &idea)
+{
+    return m_store ? m_store->update(idea) : IdeaStore::Write::failed;
 }
 
 IdeaStore::Write IdeaActions::setStatus(Idea &idea, const QString &status)

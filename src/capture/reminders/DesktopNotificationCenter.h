@@ -1,27 +1,21 @@
 #pragma once
 
 #include "AppClock.h"
+#include "FreedesktopNotifications.h"
 #include "NotificationCenter.h"
+#include "ReminderKeeper.h"
+#include "ReminderSchedule.h"
 
 #include <QDBusConnection>
 #include <QDateTime>
-#include <QFile>
-#include <QHash>
 #include <QTimeZone>
 #include <QTimer>
 
-#include <deque>
 #include <future>
 
-class QDBusPendingCallWatcher;
-
-// Reminders for the Linux desktop: requests are kept in a JSON file and shown through
-// org.freedesktop.Notifications when their minute comes, provided the program runs
+// Reminders for the Linux desktop: requests are kept on disk and shown through the
+// desktop's notification server when their minute comes, provided the program runs
 // then; one whose minute passed while it was closed is shown at the next start.
-//
-// A request fires at the first instant the local wall clock reaches its minute: for a
-// minute skipped when clocks go forward that is the moment of the jump, and for a
-// minute that occurs twice it is the first time round.
 //
 // Requests go to the server one at a time, and each one it accepts is written to a
 // journal at once, so a crash can show again at most the one that was on its way.
@@ -34,21 +28,14 @@ class DesktopNotificationCenter : public NotificationCenter
 public:
     using Clock = std::function<QDateTime()>;
 
-    // Keeps the requests at `path`, and the journal of those shown at "<path>.shown".
-    // Nothing is read until `start()` or the first call that needs the requests. A file
-    // that cannot be read in full is renamed "<path>.corrupt" (".corrupt.2" and on when
-    // that exists), never deleted, and whatever could be read from it is kept and
-    // written back to `path`; if it cannot be moved, nothing is written over it and
-    // changes live only in memory.
+    // Keeps the requests at `path` (see ReminderKeeper). Nothing is read until
+    // `start()` or the first call that needs the requests.
     explicit DesktopNotificationCenter(const QString &path,
                                        const QDBusConnection &bus = QDBusConnection::sessionBus(),
                                        Clock clock = &AppClock::now,
                                        const QTimeZone &zone = AppClock::timeZone(),
                                        QObject *parent = nullptr);
     ~DesktopNotificationCenter() override;
-
-    // $XDG_DATA_HOME/Fikranest/reminders.json
-    static QString defaultPath();
 
     // Ignores a request whose trigger is no real date and time.
     void add(const NotificationRequest &request) override;
@@ -69,65 +56,37 @@ public slots:
     // Shows a word from the program right away; nothing is kept or retried.
     void announce(const QString &title, const QString &body);
 
-private slots:
-    void onActionInvoked(uint notificationId, const QString &actionKey);
-    void onNotificationClosed(uint notificationId, uint reason);
-
 private:
-    enum class State { waiting, queued, sending };
-
-    struct Pending
-    {
-        NotificationRequest request;
-        qint64 due = 0; // ms since the epoch, which compares far faster than a zoned QDateTime
-        quint64 serial = 0; // tells a replacement from the request it replaced
-        State state = State::waiting;
-    };
-
-    struct Queued
-    {
-        QString identifier;
-        quint64 serial = 0;
-    };
-
-    // What `read` found, the due instants computed alongside.
+    // What the files hold, with each request's due instant worked out alongside.
     struct Kept
     {
-        QList<NotificationRequest> requests;
-        QList<qint64> dues;
-        bool complete = true;
-        bool journaled = false;
+        ReminderFile::Contents contents;
+        QList<std::optional<qint64>> dues;
     };
     static Kept read(const QString &path, const QTimeZone &zone);
     void ensureLoaded();
-    void load(Kept kept);
+    void load(const Kept &kept);
     void save();
     void saveSoon();
-    void journal(const NotificationRequest &request);
     void pump();
     void ping();
     void retryLater();
-    void send(Pending &pending);
-    void sent(QDBusPendingCallWatcher *call, const QString &identifier, quint64 serial);
-    void serverChanged(const QString &oldOwner, const QString &newOwner);
+    void send(const ReminderSchedule::Outgoing &outgoing);
+    void sent(const ReminderSchedule::Outgoing &outgoing, FreedesktopNotifications::Outcome outcome);
+    void serverAppeared();
 
-    QString m_path;
-    QDBusConnection m_bus;
+    ReminderKeeper m_keeper;
+    FreedesktopNotifications m_server;
     Clock m_clock;
     QTimeZone m_zone;
     enum class Loading { notStarted, reading, done } m_loading = Loading::notStarted;
     std::future<Kept> m_reading;
-    QHash<QString, Pending> m_pending;
-    std::deque<Queued> m_queue;
+    ReminderSchedule m_schedule;
     bool m_sending = false;
     // The last call timed out: the server must answer something before it gets another.
     bool m_unanswered = false;
     int m_backoffMs = 0;
-    quint64 m_nextSerial = 1;
-    QFile m_journal;
     QTimer m_timer;
     QTimer m_retry;
     QTimer m_saveTimer;
-    // Notifications the current server showed for us, by its id.
-    QHash<uint, QString> m_shown;
 };

@@ -1,4 +1,4 @@
-// Dictation's audio path against a real sound server (tests/capture/with_pulseaudio.sh):
+// Dictation's audio path against a real sound server (tests/capture/dictation/with_pulseaudio.sh):
 // Arabic speech played into a virtual microphone reaches the recogniser through
 // QAudioSource. With FIKRANEST_TEST_VOSK_MODEL naming an Arabic model, the real
 // recogniser must also hear the words.

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+struct sqlite3;
+
+// What tells a file that is ours from one that is not, judged without writing a byte
+// to it or beside it, so a refused file is left exactly as it was.
+namespace StoreFileCheck {
+
+// "Fkrn": marks the file as ours, so a stranger's database is never written to.
+constexpr int applicationId = 0x466B726E;
+// Schema 1.0.0 as major * 10000 + minor * 100 + patch.
+constexpr int schemaVersion = 10000;
+
+struct Target
+{
+    QByteArray nativePath; // the file itself, a symbolic link followed
+    bool created = false;  // made just now, empty and private
+    bool empty = true;     // the schema is still to be made
+    QString refusal;       // why it cannot be ours; "" when it can
+};
+
+// Looks at what is at `path`, making an empty private file when there is nothing,
+// and makes the folder and the file private to the user when they are usable.
+Target prepare(const QString &path);
+
+QString sqliteError(sqlite3 *db);
+
+} // namespace StoreFileCheck

@@ -1,0 +1,29 @@
+#include "AppWindow.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+
+QQuickWindow *AppWindow::ensure(QQmlEngine &engine, const QUrl &url, QPointer<QQuickWindow> &window)
+{
+    if (window)
+        return window;
+    QQmlComponent component(&engine, url);
+    QObject *built = component.create();
+    window = qobject_cast<QQuickWindow *>(built);
+    if (!window) {
+        qWarning("%s", qPrintable(component.isError() ? component.errorString()
+                                                      : url.toString() + QStringLiteral(" is not a window")));
+        delete built;
+    }
+    return window;
+}
+
+void AppWindow::present(QQuickWindow &window)
+{
+    if (window.windowStates() & Qt::WindowMinimized)
+        window.showNormal();
+    else
+        window.show();
+    window.raise();
+    window.requestActivate();
+}
