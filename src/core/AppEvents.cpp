@@ -1,6 +1,6 @@
 #include "AppEvents.h"
 
-#include <QJSEngine>
+#include "QmlSingleton.h"
 
 AppEvents &AppEvents::instance()
 {
@@ -10,6 +10,5 @@ AppEvents &AppEvents::instance()
 
 AppEvents *AppEvents::create(QQmlEngine *, QJSEngine *)
 {
-    QJSEngine::setObjectOwnership(&instance(), QJSEngine::CppOwnership);
-    return &instance();
+    return qmlSingleton(instance());
 }

@@ -1,5 +1,7 @@
 #include "AppPalette.h"
 
+#include "QmlSingleton.h"
+
 QColor AppPalette::categoryColor(const QString &category)
 {
     if (category == QStringLiteral("مهمة"))
@@ -7,4 +9,15 @@ QColor AppPalette::categoryColor(const QString &category)
     if (category == QStringLiteral("ملاحظة"))
         return QColor::fromRgb(rgbBlue100);
     return QColor::fromRgb(rgbBlue600);
+}
+
+AppPalette &AppPalette::instance()
+{
+    static AppPalette palette;
+    return palette;
+}
+
+AppPalette *AppPalette::create(QQmlEngine *, QJSEngine *)
+{
+    return qmlSingleton(instance());
 }

@@ -4,6 +4,9 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
+class QJSEngine;
+class QQmlEngine;
+
 // The shared blues every screen draws from.
 class AppPalette : public QObject
 {
@@ -16,7 +19,8 @@ class AppPalette : public QObject
     Q_PROPERTY(QColor blue800 READ blue800 CONSTANT)
 
 public:
-    using QObject::QObject;
+    static AppPalette &instance();
+    static AppPalette *create(QQmlEngine *, QJSEngine *);
 
     static constexpr QRgb rgbBlue50 = 0xFFF0F4FF;
     static constexpr QRgb rgbBlue100 = 0xFFDBEAFE;
@@ -30,4 +34,7 @@ public:
 
     // Each category's own blue, for its chip on a card; unknown words look like an idea.
     Q_INVOKABLE static QColor categoryColor(const QString &category);
+
+private:
+    using QObject::QObject;
 };

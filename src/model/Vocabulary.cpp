@@ -1,5 +1,7 @@
 #include "Vocabulary.h"
 
+#include "QmlSingleton.h"
+
 QStringList Vocabulary::categories()
 {
     return {QStringLiteral("فكرة"), QStringLiteral("مهمة"), QStringLiteral("ملاحظة")};
@@ -47,4 +49,15 @@ QString Vocabulary::emoji(const QString &category)
 QString Vocabulary::toggledStatus(const QString &status)
 {
     return status == done() ? active() : done();
+}
+
+Vocabulary &Vocabulary::instance()
+{
+    static Vocabulary vocabulary;
+    return vocabulary;
+}
+
+Vocabulary *Vocabulary::create(QQmlEngine *, QJSEngine *)
+{
+    return qmlSingleton(instance());
 }

@@ -4,6 +4,9 @@
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
+class QJSEngine;
+class QQmlEngine;
+
 // The words an idea is filed and tracked under, exactly as they are stored.
 class Vocabulary : public QObject
 {
@@ -15,7 +18,8 @@ class Vocabulary : public QObject
     Q_PROPERTY(QString defaultCategory READ defaultCategory CONSTANT)
 
 public:
-    using QObject::QObject;
+    static Vocabulary &instance();
+    static Vocabulary *create(QQmlEngine *, QJSEngine *);
 
     // In the order every pick list offers them; the first is the default.
     static QStringList categories();
@@ -32,4 +36,7 @@ public:
     Q_INVOKABLE static QString emoji(const QString &category);
     // Completing toggles: "done" reopens, anything else completes.
     Q_INVOKABLE static QString toggledStatus(const QString &status);
+
+private:
+    using QObject::QObject;
 };

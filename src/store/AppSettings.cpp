@@ -1,6 +1,6 @@
 #include "AppSettings.h"
 
-#include <QJSEngine>
+#include "QmlSingleton.h"
 
 AppSettings::AppSettings()
     : m_settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Fikranest"),
@@ -23,8 +23,7 @@ QString AppSettings::speechModelFolder()
 
 AppSettings *AppSettings::create(QQmlEngine *, QJSEngine *)
 {
-    QJSEngine::setObjectOwnership(&instance(), QJSEngine::CppOwnership);
-    return &instance();
+    return qmlSingleton(instance());
 }
 
 bool AppSettings::hasCompletedOnboarding() const

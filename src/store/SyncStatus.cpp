@@ -1,8 +1,7 @@
 #include "SyncStatus.h"
 
 #include "CloudProbes.h"
-
-#include <QJSEngine>
+#include "QmlSingleton.h"
 
 namespace {
 SyncStatus *sharedStatus = nullptr;
@@ -38,6 +37,5 @@ void SyncStatus::setShared(SyncStatus *status)
 SyncStatus *SyncStatus::create(QQmlEngine *, QJSEngine *)
 {
     Q_ASSERT(sharedStatus);
-    QJSEngine::setObjectOwnership(sharedStatus, QJSEngine::CppOwnership);
-    return sharedStatus;
+    return qmlSingleton(*sharedStatus);
 }

@@ -1,6 +1,7 @@
 #include "LatencyTrace.h"
 
-#include <QJSEngine>
+#include "QmlSingleton.h"
+
 #include <QQuickWindow>
 
 #include <cstdio>
@@ -15,8 +16,7 @@ LatencyTrace &LatencyTrace::instance()
 
 LatencyTrace *LatencyTrace::create(QQmlEngine *, QJSEngine *)
 {
-    QJSEngine::setObjectOwnership(&instance(), QJSEngine::CppOwnership);
-    return &instance();
+    return qmlSingleton(instance());
 }
 
 void LatencyTrace::begin(const QString &name)

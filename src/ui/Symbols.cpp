@@ -1,5 +1,7 @@
 #include "Symbols.h"
 
+#include "QmlSingleton.h"
+
 #include <QFont>
 #include <QHash>
 #include <QPainter>
@@ -87,4 +89,15 @@ QIcon Symbols::icon(const QString &name, const QColor &color)
         icon.addPixmap(pixmap);
     }
     return icon;
+}
+
+Symbols &Symbols::instance()
+{
+    static Symbols symbols;
+    return symbols;
+}
+
+Symbols *Symbols::create(QQmlEngine *, QJSEngine *)
+{
+    return qmlSingleton(instance());
 }

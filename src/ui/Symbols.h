@@ -6,6 +6,9 @@
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
+class QJSEngine;
+class QQmlEngine;
+
 // System symbol names, as the screens name their icons, drawn from the installed
 // Material Icons font.
 class Symbols : public QObject
@@ -16,7 +19,8 @@ class Symbols : public QObject
     Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
 
 public:
-    using QObject::QObject;
+    static Symbols &instance();
+    static Symbols *create(QQmlEngine *, QJSEngine *);
 
     static QString fontFamily() { return QStringLiteral("Material Icons"); }
     static QStringList names();
@@ -29,4 +33,7 @@ public:
     static QString materialName(const QString &name);
     // The symbol as a window or tray icon.
     static QIcon icon(const QString &name, const QColor &color);
+
+private:
+    using QObject::QObject;
 };
