@@ -13,7 +13,8 @@ import threading
 import time
 import unittest
 
-from harness import App, Desktop, stop_process, wait_until
+from harness import Desktop, stop_process, wait_until
+from program import App
 
 MAIN = "الفكرون"
 SETTLED = "[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\nuserName=سارة\n"
