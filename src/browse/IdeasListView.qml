@@ -11,9 +11,6 @@ StackView {
 
     objectName: "ideasListView"
 
-    readonly property color secondaryText: "#6B7280"
-    readonly property color tertiaryText: "#9CA3AF"
-
     function openDetail(recordId, ideaId) {
         // A card still sliding out has no record behind it any more.
         if (ideaId !== undefined && stack.depth === 1)
@@ -56,7 +53,7 @@ StackView {
     initialItem: Rectangle {
         id: page
 
-        color: AppPalette.blue50
+        color: Theme.blue50
         StackView.onActivated: listState.appear()
 
         Shortcut {
@@ -86,19 +83,19 @@ StackView {
                 anchors.top: parent.top
                 anchors.left: parent.left
                 anchors.right: parent.right
-                height: 44
+                height: Theme.toolbarHeight
 
                 AppButton {
                     objectName: "settingsButton"
                     anchors.right: parent.right
-                    anchors.rightMargin: 8
+                    anchors.rightMargin: Theme.spacingS
                     anchors.verticalCenter: parent.verticalCenter
                     flat: true
                     Accessible.name: "الإعدادات"
                     contentItem: SymbolIcon {
                         name: "gearshape"
-                        size: 22
-                        color: AppPalette.blue600
+                        size: Theme.title
+                        color: Theme.blue600
                     }
                     onClicked: settingsSheet.open()
                 }
@@ -123,7 +120,7 @@ StackView {
                 anchors.bottom: parent.bottom
                 clip: true
                 model: listState.rows
-                spacing: 10
+                spacing: Theme.spacingM
                 bottomMargin: 96
                 ScrollBar.vertical: ScrollBar {}
 
@@ -132,26 +129,26 @@ StackView {
                     spacing: 0
 
                     Label {
-                        Layout.leftMargin: 20
-                        Layout.rightMargin: 20
+                        Layout.leftMargin: Theme.margin
+                        Layout.rightMargin: Theme.margin
                         text: listState.greeting
-                        font.pixelSize: 28
+                        font.pixelSize: Theme.largeTitle
                         font.bold: true
                     }
                     Label {
-                        Layout.leftMargin: 20
-                        Layout.rightMargin: 20
-                        Layout.topMargin: 4
+                        Layout.leftMargin: Theme.margin
+                        Layout.rightMargin: Theme.margin
+                        Layout.topMargin: Theme.spacingXXS
                         text: "يا " + AppSettings.userName + " 👋"
-                        font.pixelSize: 15
+                        font.pixelSize: Theme.callout
                     }
 
                     Flickable {
                         Layout.fillWidth: true
-                        Layout.topMargin: 16
-                        Layout.bottomMargin: 12
+                        Layout.topMargin: Theme.spacingXXL
+                        Layout.bottomMargin: Theme.spacingL
                         implicitHeight: chips.implicitHeight
-                        contentWidth: chips.implicitWidth + 40
+                        contentWidth: chips.implicitWidth + 2 * Theme.margin
                         flickableDirection: Flickable.HorizontalFlick
                         boundsBehavior: Flickable.StopAtBounds
                         clip: true
@@ -159,8 +156,8 @@ StackView {
                         Row {
                             id: chips
 
-                            x: 20
-                            spacing: 8
+                            x: Theme.margin
+                            spacing: Theme.spacingS
                             Repeater {
                                 model: listState.categories
                                 Chip {
@@ -180,25 +177,25 @@ StackView {
                         Layout.alignment: Qt.AlignHCenter
                         Layout.topMargin: 60
                         Layout.bottomMargin: 60
-                        spacing: 12
+                        spacing: Theme.spacingL
 
                         SymbolIcon {
                             Layout.alignment: Qt.AlignHCenter
                             name: "tray"
-                            size: 48
-                            color: stack.tertiaryText
+                            size: Theme.display
+                            color: Theme.tertiaryText
                         }
                         Label {
                             Layout.alignment: Qt.AlignHCenter
                             text: "الفكرون فاضية!"
-                            font.pixelSize: 20
+                            font.pixelSize: Theme.title2
                             font.bold: true
                         }
                         Label {
                             Layout.alignment: Qt.AlignHCenter
                             text: "اضغط + عشان تكب أول فكرة"
-                            font.pixelSize: 15
-                            color: stack.tertiaryText
+                            font.pixelSize: Theme.callout
+                            color: Theme.tertiaryText
                         }
                     }
                 }
@@ -214,8 +211,8 @@ StackView {
                     Loader {
                         id: loader
 
-                        x: 16
-                        width: parent.width - 32
+                        x: Theme.spacingXXL
+                        width: parent.width - 2 * Theme.spacingXXL
                         sourceComponent: row.model.kind === "doneHeader" ? doneHeader : card
                     }
 
@@ -244,7 +241,7 @@ StackView {
 
                             objectName: "doneHeader"
                             flat: true
-                            topPadding: 14
+                            topPadding: Theme.spacingXL
                             text: "✅ المنجز (" + row.model.doneCount + ")"
                             Accessible.name: text
                             onClicked: listState.showDoneSection = !listState.showDoneSection
@@ -257,17 +254,17 @@ StackView {
 
                                     anchors.left: parent.left
                                     text: doneButton.text
-                                    font.pixelSize: 15
+                                    font.pixelSize: Theme.callout
                                     font.weight: Font.Medium
-                                    color: stack.secondaryText
+                                    color: Theme.secondaryText
                                 }
                                 SymbolIcon {
                                     anchors.left: doneLabel.right
-                                    anchors.leftMargin: 6
+                                    anchors.leftMargin: Theme.spacingXS
                                     anchors.verticalCenter: doneLabel.verticalCenter
                                     name: listState.showDoneSection ? "chevron.down" : "chevron.left"
-                                    size: 12
-                                    color: stack.secondaryText
+                                    size: Theme.caption
+                                    color: Theme.secondaryText
                                 }
                             }
                             background: null
@@ -299,15 +296,15 @@ StackView {
                 objectName: "listError"
                 anchors.horizontalCenter: parent.horizontalCenter
                 anchors.bottom: addButton.top
-                anchors.bottomMargin: 12
-                width: Math.min(implicitWidth, parent.width - 40)
+                anchors.bottomMargin: Theme.spacingL
+                width: Math.min(implicitWidth, parent.width - 2 * Theme.margin)
                 visible: listState.errorMessage !== ""
                 text: listState.errorMessage
                 wrapMode: Text.WordWrap
-                font.pixelSize: 13
-                color: "white"
-                padding: 10
-                background: Rectangle { radius: 12; color: "#DC2626" }
+                font.pixelSize: Theme.footnote
+                color: Theme.white
+                padding: Theme.spacingM
+                background: Rectangle { radius: Theme.radiusL; color: Theme.red }
             }
 
             AppButton {
@@ -316,9 +313,9 @@ StackView {
                 objectName: "addButton"
                 anchors.horizontalCenter: parent.horizontalCenter
                 anchors.bottom: parent.bottom
-                anchors.bottomMargin: 20
+                anchors.bottomMargin: Theme.margin
                 horizontalPadding: 22
-                verticalPadding: 14
+                verticalPadding: Theme.spacingXL
                 Accessible.name: "فكرة جديدة"
                 Accessible.description: listState.fabText
                 onClicked: captureSheet.open()
@@ -327,21 +324,21 @@ StackView {
                     NumberAnimation { duration: 300; easing.type: Easing.InOutQuad }
                 }
                 contentItem: Row {
-                    spacing: 8
+                    spacing: Theme.spacingS
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: "plus.circle.fill"
-                        size: 22
-                        color: "white"
+                        size: Theme.title
+                        color: Theme.white
                     }
                     Label {
                         id: fabLabel
 
                         anchors.verticalCenter: parent.verticalCenter
                         text: listState.fabText
-                        font.pixelSize: 16
+                        font.pixelSize: Theme.body
                         font.bold: true
-                        color: "white"
+                        color: Theme.white
                         Behavior on text {
                             SequentialAnimation {
                                 NumberAnimation { target: fabLabel; property: "opacity"; to: 0; duration: 150; easing.type: Easing.InOutQuad }
@@ -353,7 +350,7 @@ StackView {
                 }
                 background: Rectangle {
                     radius: height / 2
-                    color: AppPalette.blue600
+                    color: Theme.blue600
                 }
             }
 
@@ -366,7 +363,7 @@ StackView {
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: toastLabel.implicitWidth
                 height: toastLabel.implicitHeight
-                y: shown ? 8 : -height - 12
+                y: shown ? Theme.spacingS : -height - Theme.spacingL
                 opacity: shown ? 1 : 0
                 visible: opacity > 0
                 Behavior on y {
@@ -379,23 +376,23 @@ StackView {
                 // A soft green shadow, drawn without effects so the software renderer shows it.
                 Rectangle {
                     anchors.fill: parent
-                    anchors.topMargin: 4
-                    anchors.bottomMargin: -4
-                    radius: 16
-                    color: Qt.rgba(0.2, 0.78, 0.35, 0.3)
+                    anchors.topMargin: Theme.spacingXXS
+                    anchors.bottomMargin: -Theme.spacingXXS
+                    radius: Theme.radiusXXL
+                    color: Theme.faded(Theme.green, 0.3)
                 }
                 Label {
                     id: toastLabel
 
                     objectName: "doneToast"
                     text: listState.doneToastMessage
-                    leftPadding: 20
-                    rightPadding: 20
-                    topPadding: 14
-                    bottomPadding: 14
-                    font.pixelSize: 15
-                    color: "white"
-                    background: Rectangle { radius: 16; color: "#34C759" }
+                    leftPadding: Theme.margin
+                    rightPadding: Theme.margin
+                    topPadding: Theme.spacingXL
+                    bottomPadding: Theme.spacingXL
+                    font.pixelSize: Theme.callout
+                    color: Theme.white
+                    background: Rectangle { radius: Theme.radiusXXL; color: Theme.green }
                 }
             }
         }
