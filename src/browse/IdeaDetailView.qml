@@ -117,16 +117,11 @@ Rectangle {
             width: scroll.width - 2 * Theme.spacingXL
             spacing: Theme.spacingXL
 
-            Label {
+            ErrorLine {
                 objectName: "goneMessage"
                 Layout.fillWidth: true
-                visible: detail.errorMessage !== ""
+                boxed: true
                 text: detail.errorMessage
-                wrapMode: Text.WordWrap
-                font.pixelSize: Theme.footnote
-                color: Theme.white
-                padding: Theme.spacingM
-                background: Rectangle { radius: Theme.radiusL; color: Theme.red }
             }
 
             Item {

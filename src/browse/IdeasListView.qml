@@ -292,19 +292,14 @@ StackView {
                 }
             }
 
-            Label {
+            ErrorLine {
                 objectName: "listError"
                 anchors.horizontalCenter: parent.horizontalCenter
                 anchors.bottom: addButton.top
                 anchors.bottomMargin: Theme.spacingL
                 width: Math.min(implicitWidth, parent.width - 2 * Theme.margin)
-                visible: listState.errorMessage !== ""
+                boxed: true
                 text: listState.errorMessage
-                wrapMode: Text.WordWrap
-                font.pixelSize: Theme.footnote
-                color: Theme.white
-                padding: Theme.spacingM
-                background: Rectangle { radius: Theme.radiusL; color: Theme.red }
             }
 
             AppButton {

@@ -189,14 +189,11 @@ Rectangle {
                 }
             }
 
-            Label {
+            ErrorLine {
                 objectName: "recorderError"
                 Layout.leftMargin: Theme.margin
                 Layout.rightMargin: Theme.margin
-                visible: sheetModel.recorder.errorMessage !== ""
                 text: sheetModel.recorder.errorMessage
-                font.pixelSize: Theme.footnote
-                color: Theme.brightRed
             }
 
             AppButton {
@@ -260,13 +257,10 @@ Rectangle {
                 }
             }
 
-            Label {
+            ErrorLine {
                 Layout.leftMargin: Theme.margin
                 Layout.rightMargin: Theme.margin
-                visible: sheetModel.saveError !== ""
                 text: sheetModel.saveError
-                font.pixelSize: Theme.footnote
-                color: Theme.brightRed
             }
 
             AppButton {

@@ -126,13 +126,10 @@ Pane {
             }
         }
 
-        Label {
+        ErrorLine {
             Layout.fillWidth: true
-            visible: menuModel.saveError !== ""
             text: menuModel.saveError
-            wrapMode: Text.WordWrap
             font.pixelSize: Theme.caption
-            color: Theme.brightRed
         }
 
         // A positioner, not a layout: Qt 6.4's layouts crashed on these rows being replaced
