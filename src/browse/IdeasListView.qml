@@ -76,29 +76,13 @@ StackView {
             anchors.fill: parent
             visible: !captureSheet.visible && !settingsSheet.visible
 
-            // The toolbar.
-            Item {
+            IdeasListToolbar {
                 id: toolbar
 
                 anchors.top: parent.top
                 anchors.left: parent.left
                 anchors.right: parent.right
-                height: Theme.toolbarHeight
-
-                AppButton {
-                    objectName: "settingsButton"
-                    anchors.right: parent.right
-                    anchors.rightMargin: Theme.spacingS
-                    anchors.verticalCenter: parent.verticalCenter
-                    flat: true
-                    Accessible.name: "الإعدادات"
-                    contentItem: SymbolIcon {
-                        name: "gearshape"
-                        size: Theme.title
-                        color: Theme.blue600
-                    }
-                    onClicked: settingsSheet.open()
-                }
+                onSettingsRequested: settingsSheet.open()
             }
 
             ListView {
@@ -302,93 +286,20 @@ StackView {
                 text: listState.errorMessage
             }
 
-            AppButton {
+            AddIdeaButton {
                 id: addButton
 
-                objectName: "addButton"
                 anchors.horizontalCenter: parent.horizontalCenter
                 anchors.bottom: parent.bottom
                 anchors.bottomMargin: Theme.margin
-                horizontalPadding: 22
-                verticalPadding: Theme.spacingXL
-                Accessible.name: "فكرة جديدة"
-                Accessible.description: listState.fabText
+                text: listState.fabText
                 onClicked: captureSheet.open()
-
-                Behavior on implicitWidth {
-                    NumberAnimation { duration: 300; easing.type: Easing.InOutQuad }
-                }
-                contentItem: Row {
-                    spacing: Theme.spacingS
-                    SymbolIcon {
-                        anchors.verticalCenter: parent.verticalCenter
-                        name: "plus.circle.fill"
-                        size: Theme.title
-                        color: Theme.white
-                    }
-                    Label {
-                        id: fabLabel
-
-                        anchors.verticalCenter: parent.verticalCenter
-                        text: listState.fabText
-                        font.pixelSize: Theme.body
-                        font.bold: true
-                        color: Theme.white
-                        Behavior on text {
-                            SequentialAnimation {
-                                NumberAnimation { target: fabLabel; property: "opacity"; to: 0; duration: 150; easing.type: Easing.InOutQuad }
-                                PropertyAction {}
-                                NumberAnimation { target: fabLabel; property: "opacity"; to: 1; duration: 150; easing.type: Easing.InOutQuad }
-                            }
-                        }
-                    }
-                }
-                background: Rectangle {
-                    radius: height / 2
-                    color: Theme.blue600
-                }
             }
 
-            // The congratulation toast, just under the top edge.
-            Item {
-                id: toast
-
-                readonly property bool shown: listState.showDoneToast
-
+            CongratulationToast {
                 anchors.horizontalCenter: parent.horizontalCenter
-                width: toastLabel.implicitWidth
-                height: toastLabel.implicitHeight
-                y: shown ? Theme.spacingS : -height - Theme.spacingL
-                opacity: shown ? 1 : 0
-                visible: opacity > 0
-                Behavior on y {
-                    NumberAnimation { duration: toast.shown ? 400 : 300; easing.type: toast.shown ? Easing.OutCubic : Easing.OutQuad }
-                }
-                Behavior on opacity {
-                    NumberAnimation { duration: toast.shown ? 400 : 300; easing.type: toast.shown ? Easing.OutCubic : Easing.OutQuad }
-                }
-
-                // A soft green shadow, drawn without effects so the software renderer shows it.
-                Rectangle {
-                    anchors.fill: parent
-                    anchors.topMargin: Theme.spacingXXS
-                    anchors.bottomMargin: -Theme.spacingXXS
-                    radius: Theme.radiusXXL
-                    color: Theme.faded(Theme.green, 0.3)
-                }
-                Label {
-                    id: toastLabel
-
-                    objectName: "doneToast"
-                    text: listState.doneToastMessage
-                    leftPadding: Theme.margin
-                    rightPadding: Theme.margin
-                    topPadding: Theme.spacingXL
-                    bottomPadding: Theme.spacingXL
-                    font.pixelSize: Theme.callout
-                    color: Theme.white
-                    background: Rectangle { radius: Theme.radiusXXL; color: Theme.green }
-                }
+                shown: listState.showDoneToast
+                text: listState.doneToastMessage
             }
         }
     }
