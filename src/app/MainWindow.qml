@@ -9,7 +9,7 @@ ApplicationWindow {
     title: "الفكرون"
     width: 440
     height: 720
-    color: "white"
+    color: Theme.white
 
     // Each opening of the window builds the content afresh, so the root view
     // "appears" again and re-checks what is new.

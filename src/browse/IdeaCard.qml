@@ -48,11 +48,11 @@ FocusScope {
         id: box
 
         anchors.fill: parent
-        implicitHeight: Math.max(texts.implicitHeight, chip.height) + 28
-        radius: 14
-        color: "white"
+        implicitHeight: Math.max(texts.implicitHeight, chip.height) + 2 * Theme.spacingXL
+        radius: Theme.radiusXL
+        color: Theme.white
         border.width: card.activeFocus ? 2 : 0
-        border.color: AppPalette.blue600
+        border.color: Theme.blue600
 
         // Anchors, not positioners: a positioner's size settles a frame late, after the
         // list has placed the card.
@@ -61,10 +61,10 @@ FocusScope {
 
             anchors.left: parent.left
             anchors.right: bell.visible ? bell.left : chip.left
-            anchors.leftMargin: 14
-            anchors.rightMargin: 8
+            anchors.leftMargin: Theme.spacingXL
+            anchors.rightMargin: Theme.spacingS
             anchors.verticalCenter: parent.verticalCenter
-            implicitHeight: titleText.implicitHeight + 4 + createdText.implicitHeight
+            implicitHeight: titleText.implicitHeight + Theme.spacingXXS + createdText.implicitHeight
 
             Text {
                 id: titleText
@@ -72,9 +72,9 @@ FocusScope {
                 width: parent.width
                 text: card.title
                 textFormat: Text.PlainText
-                font.pixelSize: 16
+                font.pixelSize: Theme.body
                 font.strikeout: card.isDone
-                color: card.isDone ? "#6B7280" : "#1F2937"
+                color: card.isDone ? Theme.secondaryText : Theme.primaryText
                 elide: Text.ElideRight
                 maximumLineCount: 1
                 horizontalAlignment: Text.AlignLeft
@@ -83,12 +83,12 @@ FocusScope {
                 id: createdText
 
                 anchors.top: titleText.bottom
-                anchors.topMargin: 4
+                anchors.topMargin: Theme.spacingXXS
                 width: parent.width
                 horizontalAlignment: Text.AlignLeft
                 text: DateTexts.relativeText(card.createdAt, DateTexts.now)
-                font.pixelSize: 12
-                color: "#9CA3AF"
+                font.pixelSize: Theme.caption
+                color: Theme.tertiaryText
                 Accessible.name: text
             }
         }
@@ -97,32 +97,32 @@ FocusScope {
             id: bell
 
             anchors.right: chip.left
-            anchors.rightMargin: 8
+            anchors.rightMargin: Theme.spacingS
             anchors.verticalCenter: parent.verticalCenter
             visible: card.hasReminder
             name: "bell.fill"
-            size: 11
-            color: "orange"
+            size: Theme.caption2
+            color: Theme.orange
         }
         Rectangle {
             id: chip
 
-            readonly property color tint: AppPalette.categoryColor(card.category)
+            readonly property color tint: Theme.categoryColor(card.category)
 
             anchors.right: parent.right
-            anchors.rightMargin: 14
+            anchors.rightMargin: Theme.spacingXL
             anchors.verticalCenter: parent.verticalCenter
-            width: chipText.implicitWidth + 16
-            height: chipText.implicitHeight + 4
+            width: chipText.implicitWidth + 2 * Theme.spacingS
+            height: chipText.implicitHeight + 2 * Theme.spacingXXXS
             radius: 6
-            color: Qt.rgba(tint.r, tint.g, tint.b, 0.1)
+            color: Theme.faded(tint, 0.1)
             Text {
                 id: chipText
 
                 anchors.centerIn: parent
                 text: card.category
-                font.pixelSize: 12
-                color: "#1F2937"
+                font.pixelSize: Theme.caption
+                color: Theme.primaryText
             }
         }
     }
@@ -148,9 +148,9 @@ FocusScope {
             objectName: "cardMenu"
             width: 200
             background: Rectangle {
-                radius: 10
-                color: "white"
-                border.color: "#E5E7EB"
+                radius: Theme.radiusM
+                color: Theme.white
+                border.color: Theme.separator
             }
 
             SymbolMenuItem {

@@ -12,15 +12,13 @@ Rectangle {
 
     signal dismissRequested()
 
-    readonly property color secondaryText: "#6B7280"
-
     function back() {
         detail.leave()
         view.dismissRequested()
     }
 
     objectName: "ideaDetailView"
-    color: AppPalette.blue50
+    color: Theme.blue50
     focus: true
 
     IdeaDetailModel {
@@ -42,41 +40,41 @@ Rectangle {
         anchors.top: parent.top
         anchors.left: parent.left
         anchors.right: parent.right
-        height: 44
+        height: Theme.toolbarHeight
 
         AppButton {
             anchors.left: parent.left
-            anchors.leftMargin: 4
+            anchors.leftMargin: Theme.spacingXXS
             anchors.verticalCenter: parent.verticalCenter
             flat: true
             text: "رجوع"
             Accessible.name: text
             onClicked: view.back()
             contentItem: Row {
-                spacing: 2
+                spacing: Theme.spacingXXXS
                 SymbolIcon {
                     anchors.verticalCenter: parent.verticalCenter
                     name: "chevron.right"
-                    size: 22
-                    color: AppPalette.blue600
+                    size: Theme.title
+                    color: Theme.blue600
                 }
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "رجوع"
-                    font.pixelSize: 16
-                    color: AppPalette.blue600
+                    font.pixelSize: Theme.body
+                    color: Theme.blue600
                 }
             }
         }
         AppButton {
             objectName: "editToggle"
             anchors.right: parent.right
-            anchors.rightMargin: 8
+            anchors.rightMargin: Theme.spacingS
             anchors.verticalCenter: parent.verticalCenter
             flat: true
             visible: detail.found
             text: detail.isEditing ? "تم" : "تعديل"
-            font.pixelSize: 16
+            font.pixelSize: Theme.body
             font.bold: detail.isEditing
             Accessible.name: text
             onClicked: {
@@ -97,7 +95,7 @@ Rectangle {
         anchors.right: parent.right
         anchors.bottom: parent.bottom
         contentWidth: width
-        contentHeight: column.implicitHeight + 28
+        contentHeight: column.implicitHeight + 2 * Theme.spacingXL
         clip: true
         boundsBehavior: Flickable.StopAtBounds
         ScrollBar.vertical: ScrollBar {}
@@ -106,62 +104,57 @@ Rectangle {
         function ensureVisible(field) {
             const caret = field.mapToItem(column, field.cursorRectangle)
             if (caret.y < contentY)
-                contentY = Math.max(0, caret.y - 8)
+                contentY = Math.max(0, caret.y - Theme.spacingS)
             else if (caret.y + caret.height > contentY + height)
-                contentY = caret.y + caret.height - height + 8
+                contentY = caret.y + caret.height - height + Theme.spacingS
         }
 
         ColumnLayout {
             id: column
 
-            x: 14
-            y: 14
-            width: scroll.width - 28
-            spacing: 14
+            x: Theme.spacingXL
+            y: Theme.spacingXL
+            width: scroll.width - 2 * Theme.spacingXL
+            spacing: Theme.spacingXL
 
-            Label {
+            ErrorLine {
                 objectName: "goneMessage"
                 Layout.fillWidth: true
-                visible: detail.errorMessage !== ""
+                boxed: true
                 text: detail.errorMessage
-                wrapMode: Text.WordWrap
-                font.pixelSize: 13
-                color: "white"
-                padding: 10
-                background: Rectangle { radius: 12; color: "#DC2626" }
             }
 
             Item {
                 objectName: "doneBanner"
                 visible: detail.isDone
                 Layout.fillWidth: true
-                implicitHeight: banner.height + 16
+                implicitHeight: banner.height + 2 * Theme.spacingS
 
                 Rectangle {
                     id: banner
 
                     anchors.left: parent.left
-                    y: 8
-                    width: bannerRow.implicitWidth + 20
-                    height: bannerRow.implicitHeight + 8
-                    radius: 8
-                    color: Qt.rgba(0.09, 0.64, 0.29, 0.1)
+                    y: Theme.spacingS
+                    width: bannerRow.implicitWidth + Theme.margin
+                    height: bannerRow.implicitHeight + Theme.spacingS
+                    radius: Theme.radiusS
+                    color: Theme.faded(Theme.green, 0.1)
 
                     Row {
                         id: bannerRow
 
                         anchors.centerIn: parent
-                        spacing: 6
+                        spacing: Theme.spacingXS
                         SymbolIcon {
                             anchors.verticalCenter: parent.verticalCenter
                             name: "checkmark.circle.fill"
-                            size: 14
-                            color: "#16A34A"
+                            size: Theme.subheadline
+                            color: Theme.green
                         }
                         Label {
                             text: "تم الإنجاز! 🎉"
-                            font.pixelSize: 13
-                            color: "#16A34A"
+                            font.pixelSize: Theme.footnote
+                            color: Theme.green
                         }
                     }
                 }
@@ -178,7 +171,7 @@ Rectangle {
                 onActiveFocusChanged: if (activeFocus) detail.beginEditing()
                 onCursorRectangleChanged: if (activeFocus) scroll.ensureVisible(titleField)
                 placeholderText: "عنوان الفكرة"
-                font.pixelSize: 22
+                font.pixelSize: Theme.title
                 font.strikeout: detail.isDone
                 wrapMode: TextEdit.Wrap
                 horizontalAlignment: TextEdit.AlignLeft
@@ -191,7 +184,7 @@ Rectangle {
             Rectangle {
                 Layout.fillWidth: true
                 implicitHeight: 1
-                color: "#E5E7EB"
+                color: Theme.separator
             }
 
             AppTextArea {
@@ -205,7 +198,7 @@ Rectangle {
                 onActiveFocusChanged: if (activeFocus) detail.beginEditing()
                 onCursorRectangleChanged: if (activeFocus) scroll.ensureVisible(bodyField)
                 placeholderText: "تفاصيل إضافية..."
-                font.pixelSize: 16
+                font.pixelSize: Theme.body
                 wrapMode: TextEdit.Wrap
                 horizontalAlignment: TextEdit.AlignLeft
                 padding: 0
@@ -215,30 +208,30 @@ Rectangle {
 
             RowLayout {
                 visible: detail.hasReminder
-                spacing: 6
+                spacing: Theme.spacingXS
                 SymbolIcon {
                     name: "bell.fill"
-                    size: 14
-                    color: "orange"
+                    size: Theme.subheadline
+                    color: Theme.orange
                 }
                 Label {
                     objectName: "reminderText"
                     text: detail.hasReminder ? DateTexts.reminderText(detail.reminderDate) : ""
-                    font.pixelSize: 14
-                    color: view.secondaryText
+                    font.pixelSize: Theme.subheadline
+                    color: Theme.secondaryText
                 }
             }
 
             Label {
                 objectName: "creationText"
                 text: DateTexts.creationText(detail.createdAt)
-                font.pixelSize: 12
-                color: view.secondaryText
+                font.pixelSize: Theme.caption
+                color: Theme.secondaryText
             }
 
             AppButton {
                 objectName: "statusButton"
-                Layout.topMargin: 10
+                Layout.topMargin: Theme.spacingM
                 visible: detail.found
                 flat: true
                 text: detail.isDone ? "إرجاع للنشطة" : "تم الإنجاز"
@@ -248,18 +241,18 @@ Rectangle {
                         view.dismissRequested()
                 }
                 contentItem: Row {
-                    spacing: 8
+                    spacing: Theme.spacingS
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: detail.isDone ? "arrow.uturn.backward" : "checkmark.circle"
-                        size: 18
-                        color: AppPalette.blue600
+                        size: Theme.title3
+                        color: Theme.blue600
                     }
                     Label {
                         anchors.verticalCenter: parent.verticalCenter
                         text: parent.parent.text
-                        font.pixelSize: 16
-                        color: AppPalette.blue600
+                        font.pixelSize: Theme.body
+                        color: Theme.blue600
                     }
                 }
             }
@@ -272,18 +265,18 @@ Rectangle {
                 Accessible.name: text
                 onClicked: deleteAlert.open()
                 contentItem: Row {
-                    spacing: 8
+                    spacing: Theme.spacingS
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: "trash"
-                        size: 18
-                        color: "#DC2626"
+                        size: Theme.title3
+                        color: Theme.red
                     }
                     Label {
                         anchors.verticalCenter: parent.verticalCenter
                         text: "حذف الفكرة"
-                        font.pixelSize: 16
-                        color: "#DC2626"
+                        font.pixelSize: Theme.body
+                        color: Theme.red
                     }
                 }
             }
@@ -296,42 +289,42 @@ Rectangle {
         objectName: "deleteAlert"
         parent: Overlay.overlay
         anchors.centerIn: parent
-        width: Math.min(300, view.width - 40)
+        width: Math.min(300, view.width - 2 * Theme.margin)
         modal: true
-        padding: 20
-        topPadding: 8
+        padding: Theme.margin
+        topPadding: Theme.spacingS
 
         enter: Transition {
             NumberAnimation { property: "opacity"; from: 0; to: 1; duration: 300; easing.type: Easing.InOutQuad }
         }
         background: Rectangle {
-            radius: 14
-            color: "white"
+            radius: Theme.radiusXL
+            color: Theme.white
         }
         header: Label {
-            topPadding: 20
+            topPadding: Theme.margin
             text: "حذف الفكرة؟"
             horizontalAlignment: Text.AlignHCenter
-            font.pixelSize: 17
+            font.pixelSize: Theme.headline
             font.bold: true
         }
         contentItem: Label {
             text: "بتروح ولن ترجع.. متأكد؟"
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.WordWrap
-            font.pixelSize: 14
+            font.pixelSize: Theme.subheadline
         }
         footer: RowLayout {
             LayoutMirroring.enabled: true
             LayoutMirroring.childrenInherit: true
-            spacing: 10
+            spacing: Theme.spacingM
 
             AppButton {
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.bottomMargin: 20
+                Layout.leftMargin: Theme.margin
+                Layout.bottomMargin: Theme.margin
                 text: "إلغاء"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 Accessible.name: text
                 onClicked: deleteAlert.close()
             }
@@ -339,16 +332,16 @@ Rectangle {
                 id: confirmDelete
 
                 Layout.fillWidth: true
-                Layout.rightMargin: 20
-                Layout.bottomMargin: 20
+                Layout.rightMargin: Theme.margin
+                Layout.bottomMargin: Theme.margin
                 text: "احذف"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 font.bold: true
                 Accessible.name: text
                 contentItem: Label {
                     text: confirmDelete.text
                     font: confirmDelete.font
-                    color: "#DC2626"
+                    color: Theme.red
                     horizontalAlignment: Text.AlignHCenter
                 }
                 onClicked: {

@@ -11,9 +11,6 @@ StackView {
 
     objectName: "ideasListView"
 
-    readonly property color secondaryText: "#6B7280"
-    readonly property color tertiaryText: "#9CA3AF"
-
     function openDetail(recordId, ideaId) {
         // A card still sliding out has no record behind it any more.
         if (ideaId !== undefined && stack.depth === 1)
@@ -56,7 +53,7 @@ StackView {
     initialItem: Rectangle {
         id: page
 
-        color: AppPalette.blue50
+        color: Theme.blue50
         StackView.onActivated: listState.appear()
 
         Shortcut {
@@ -79,29 +76,13 @@ StackView {
             anchors.fill: parent
             visible: !captureSheet.visible && !settingsSheet.visible
 
-            // The toolbar.
-            Item {
+            IdeasListToolbar {
                 id: toolbar
 
                 anchors.top: parent.top
                 anchors.left: parent.left
                 anchors.right: parent.right
-                height: 44
-
-                AppButton {
-                    objectName: "settingsButton"
-                    anchors.right: parent.right
-                    anchors.rightMargin: 8
-                    anchors.verticalCenter: parent.verticalCenter
-                    flat: true
-                    Accessible.name: "الإعدادات"
-                    contentItem: SymbolIcon {
-                        name: "gearshape"
-                        size: 22
-                        color: AppPalette.blue600
-                    }
-                    onClicked: settingsSheet.open()
-                }
+                onSettingsRequested: settingsSheet.open()
             }
 
             ListView {
@@ -123,7 +104,7 @@ StackView {
                 anchors.bottom: parent.bottom
                 clip: true
                 model: listState.rows
-                spacing: 10
+                spacing: Theme.spacingM
                 bottomMargin: 96
                 ScrollBar.vertical: ScrollBar {}
 
@@ -132,26 +113,26 @@ StackView {
                     spacing: 0
 
                     Label {
-                        Layout.leftMargin: 20
-                        Layout.rightMargin: 20
+                        Layout.leftMargin: Theme.margin
+                        Layout.rightMargin: Theme.margin
                         text: listState.greeting
-                        font.pixelSize: 28
+                        font.pixelSize: Theme.largeTitle
                         font.bold: true
                     }
                     Label {
-                        Layout.leftMargin: 20
-                        Layout.rightMargin: 20
-                        Layout.topMargin: 4
+                        Layout.leftMargin: Theme.margin
+                        Layout.rightMargin: Theme.margin
+                        Layout.topMargin: Theme.spacingXXS
                         text: "يا " + AppSettings.userName + " 👋"
-                        font.pixelSize: 15
+                        font.pixelSize: Theme.callout
                     }
 
                     Flickable {
                         Layout.fillWidth: true
-                        Layout.topMargin: 16
-                        Layout.bottomMargin: 12
+                        Layout.topMargin: Theme.spacingXXL
+                        Layout.bottomMargin: Theme.spacingL
                         implicitHeight: chips.implicitHeight
-                        contentWidth: chips.implicitWidth + 40
+                        contentWidth: chips.implicitWidth + 2 * Theme.margin
                         flickableDirection: Flickable.HorizontalFlick
                         boundsBehavior: Flickable.StopAtBounds
                         clip: true
@@ -159,8 +140,8 @@ StackView {
                         Row {
                             id: chips
 
-                            x: 20
-                            spacing: 8
+                            x: Theme.margin
+                            spacing: Theme.spacingS
                             Repeater {
                                 model: listState.categories
                                 Chip {
@@ -180,25 +161,25 @@ StackView {
                         Layout.alignment: Qt.AlignHCenter
                         Layout.topMargin: 60
                         Layout.bottomMargin: 60
-                        spacing: 12
+                        spacing: Theme.spacingL
 
                         SymbolIcon {
                             Layout.alignment: Qt.AlignHCenter
                             name: "tray"
-                            size: 48
-                            color: stack.tertiaryText
+                            size: Theme.display
+                            color: Theme.tertiaryText
                         }
                         Label {
                             Layout.alignment: Qt.AlignHCenter
                             text: "الفكرون فاضية!"
-                            font.pixelSize: 20
+                            font.pixelSize: Theme.title2
                             font.bold: true
                         }
                         Label {
                             Layout.alignment: Qt.AlignHCenter
                             text: "اضغط + عشان تكب أول فكرة"
-                            font.pixelSize: 15
-                            color: stack.tertiaryText
+                            font.pixelSize: Theme.callout
+                            color: Theme.tertiaryText
                         }
                     }
                 }
@@ -214,8 +195,8 @@ StackView {
                     Loader {
                         id: loader
 
-                        x: 16
-                        width: parent.width - 32
+                        x: Theme.spacingXXL
+                        width: parent.width - 2 * Theme.spacingXXL
                         sourceComponent: row.model.kind === "doneHeader" ? doneHeader : card
                     }
 
@@ -244,7 +225,7 @@ StackView {
 
                             objectName: "doneHeader"
                             flat: true
-                            topPadding: 14
+                            topPadding: Theme.spacingXL
                             text: "✅ المنجز (" + row.model.doneCount + ")"
                             Accessible.name: text
                             onClicked: listState.showDoneSection = !listState.showDoneSection
@@ -257,17 +238,17 @@ StackView {
 
                                     anchors.left: parent.left
                                     text: doneButton.text
-                                    font.pixelSize: 15
+                                    font.pixelSize: Theme.callout
                                     font.weight: Font.Medium
-                                    color: stack.secondaryText
+                                    color: Theme.secondaryText
                                 }
                                 SymbolIcon {
                                     anchors.left: doneLabel.right
-                                    anchors.leftMargin: 6
+                                    anchors.leftMargin: Theme.spacingXS
                                     anchors.verticalCenter: doneLabel.verticalCenter
                                     name: listState.showDoneSection ? "chevron.down" : "chevron.left"
-                                    size: 12
-                                    color: stack.secondaryText
+                                    size: Theme.caption
+                                    color: Theme.secondaryText
                                 }
                             }
                             background: null
@@ -295,108 +276,30 @@ StackView {
                 }
             }
 
-            Label {
+            ErrorLine {
                 objectName: "listError"
                 anchors.horizontalCenter: parent.horizontalCenter
                 anchors.bottom: addButton.top
-                anchors.bottomMargin: 12
-                width: Math.min(implicitWidth, parent.width - 40)
-                visible: listState.errorMessage !== ""
+                anchors.bottomMargin: Theme.spacingL
+                width: Math.min(implicitWidth, parent.width - 2 * Theme.margin)
+                boxed: true
                 text: listState.errorMessage
-                wrapMode: Text.WordWrap
-                font.pixelSize: 13
-                color: "white"
-                padding: 10
-                background: Rectangle { radius: 12; color: "#DC2626" }
             }
 
-            AppButton {
+            AddIdeaButton {
                 id: addButton
 
-                objectName: "addButton"
                 anchors.horizontalCenter: parent.horizontalCenter
                 anchors.bottom: parent.bottom
-                anchors.bottomMargin: 20
-                horizontalPadding: 22
-                verticalPadding: 14
-                Accessible.name: "فكرة جديدة"
-                Accessible.description: listState.fabText
+                anchors.bottomMargin: Theme.margin
+                text: listState.fabText
                 onClicked: captureSheet.open()
-
-                Behavior on implicitWidth {
-                    NumberAnimation { duration: 300; easing.type: Easing.InOutQuad }
-                }
-                contentItem: Row {
-                    spacing: 8
-                    SymbolIcon {
-                        anchors.verticalCenter: parent.verticalCenter
-                        name: "plus.circle.fill"
-                        size: 22
-                        color: "white"
-                    }
-                    Label {
-                        id: fabLabel
-
-                        anchors.verticalCenter: parent.verticalCenter
-                        text: listState.fabText
-                        font.pixelSize: 16
-                        font.bold: true
-                        color: "white"
-                        Behavior on text {
-                            SequentialAnimation {
-                                NumberAnimation { target: fabLabel; property: "opacity"; to: 0; duration: 150; easing.type: Easing.InOutQuad }
-                                PropertyAction {}
-                                NumberAnimation { target: fabLabel; property: "opacity"; to: 1; duration: 150; easing.type: Easing.InOutQuad }
-                            }
-                        }
-                    }
-                }
-                background: Rectangle {
-                    radius: height / 2
-                    color: AppPalette.blue600
-                }
             }
 
-            // The congratulation toast, just under the top edge.
-            Item {
-                id: toast
-
-                readonly property bool shown: listState.showDoneToast
-
+            CongratulationToast {
                 anchors.horizontalCenter: parent.horizontalCenter
-                width: toastLabel.implicitWidth
-                height: toastLabel.implicitHeight
-                y: shown ? 8 : -height - 12
-                opacity: shown ? 1 : 0
-                visible: opacity > 0
-                Behavior on y {
-                    NumberAnimation { duration: toast.shown ? 400 : 300; easing.type: toast.shown ? Easing.OutCubic : Easing.OutQuad }
-                }
-                Behavior on opacity {
-                    NumberAnimation { duration: toast.shown ? 400 : 300; easing.type: toast.shown ? Easing.OutCubic : Easing.OutQuad }
-                }
-
-                // A soft green shadow, drawn without effects so the software renderer shows it.
-                Rectangle {
-                    anchors.fill: parent
-                    anchors.topMargin: 4
-                    anchors.bottomMargin: -4
-                    radius: 16
-                    color: Qt.rgba(0.2, 0.78, 0.35, 0.3)
-                }
-                Label {
-                    id: toastLabel
-
-                    objectName: "doneToast"
-                    text: listState.doneToastMessage
-                    leftPadding: 20
-                    rightPadding: 20
-                    topPadding: 14
-                    bottomPadding: 14
-                    font.pixelSize: 15
-                    color: "white"
-                    background: Rectangle { radius: 16; color: "#34C759" }
-                }
+                shown: listState.showDoneToast
+                text: listState.doneToastMessage
             }
         }
     }

@@ -9,8 +9,6 @@ Rectangle {
 
     signal dismissRequested()
 
-    readonly property color captionColor: "#6B7280"
-
     function save() {
         if (sheetModel.save())
             sheet.dismissRequested()
@@ -22,7 +20,7 @@ Rectangle {
     }
 
     objectName: "captureSheet"
-    color: Qt.rgba(240 / 255, 244 / 255, 1, 1)
+    color: Theme.blue50
     focus: true
 
     property alias model: sheetModel
@@ -47,31 +45,31 @@ Rectangle {
 
         anchors.left: parent.left
         anchors.right: parent.right
-        height: 52
+        height: Theme.navigationBarHeight
 
         AppButton {
             anchors.left: parent.left
-            anchors.leftMargin: 8
+            anchors.leftMargin: Theme.spacingS
             anchors.verticalCenter: parent.verticalCenter
             flat: true
             text: "إلغاء"
-            font.pixelSize: 16
+            font.pixelSize: Theme.body
             onClicked: sheet.cancel()
         }
         Label {
             anchors.centerIn: parent
             text: "فكرة جديدة"
-            font.pixelSize: 17
+            font.pixelSize: Theme.headline
             font.bold: true
         }
         AppButton {
             anchors.right: parent.right
-            anchors.rightMargin: 8
+            anchors.rightMargin: Theme.spacingS
             anchors.verticalCenter: parent.verticalCenter
             visible: titleField.activeFocus
             flat: true
             text: "تم ✓"
-            font.pixelSize: 16
+            font.pixelSize: Theme.body
             font.bold: true
             onClicked: sheet.forceActiveFocus()
         }
@@ -88,26 +86,26 @@ Rectangle {
 
         ColumnLayout {
             width: scroll.availableWidth
-            spacing: 12
+            spacing: Theme.spacingL
 
             Label {
-                Layout.topMargin: 8
-                Layout.leftMargin: 20
+                Layout.topMargin: Theme.spacingS
+                Layout.leftMargin: Theme.margin
                 text: "وش الفكرة؟"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 font.weight: Font.Medium
-                color: sheet.captionColor
+                color: Theme.secondaryText
             }
             Rectangle {
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
                 // Grows with the text up to six lines, then scrolls.
                 Layout.preferredHeight: Math.min(titleField.implicitHeight,
                                                  titleField.topPadding + titleField.bottomPadding
                                                  + 6 * fontInfo.height)
-                radius: 14
-                color: "white"
+                radius: Theme.radiusXL
+                color: Theme.white
 
                 FontMetrics {
                     id: fontInfo
@@ -122,8 +120,8 @@ Rectangle {
                         text: sheetModel.title
                         onTextChanged: sheetModel.title = text
                         placeholderText: "اكتب فكرتك هنا..."
-                        font.pixelSize: 18
-                        padding: 16
+                        font.pixelSize: Theme.title3
+                        padding: Theme.spacingXXL
                         wrapMode: TextEdit.Wrap
                         // Mirrored to the right, so even the empty field starts where Arabic does.
                         horizontalAlignment: TextEdit.AlignLeft
@@ -140,36 +138,38 @@ Rectangle {
                 id: voiceButton
 
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
-                verticalPadding: 14
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
+                verticalPadding: Theme.spacingXL
                 text: sheetModel.recorder.isRecording ? "جاري التسجيل... اضغط للإيقاف"
                     : sheetModel.preparingVoice ? "لحظة، نجهّز التعرف على الكلام... ⏳"
                     : "سجّل صوتياً 🎙️"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 font.weight: Font.Medium
                 onClicked: sheetModel.tapVoiceButton()
 
                 contentItem: Row {
-                    spacing: 8
+                    spacing: Theme.spacingS
                     Item {
-                        width: 20
-                        height: 20
+                        width: micIcon.size
+                        height: micIcon.size
                         anchors.verticalCenter: parent.verticalCenter
                         SymbolIcon {
+                            id: micIcon
+
                             anchors.centerIn: parent
                             visible: !sheetModel.recorder.isRecording
                             name: "mic.fill"
-                            size: 20
-                            color: AppPalette.blue600
+                            size: Theme.title2
+                            color: Theme.blue600
                         }
                         Rectangle {
                             anchors.centerIn: parent
                             visible: sheetModel.recorder.isRecording
                             width: 12
                             height: 12
-                            radius: 6
-                            color: "red"
+                            radius: width / 2
+                            color: Theme.brightRed
                             scale: 1 + sheetModel.recorder.audioLevel * 0.5
                             Behavior on scale {
                                 NumberAnimation { duration: 100; easing.type: Easing.InOutQuad }
@@ -180,23 +180,20 @@ Rectangle {
                         anchors.verticalCenter: parent.verticalCenter
                         text: voiceButton.text
                         font: voiceButton.font
-                        color: sheetModel.recorder.isRecording ? "red" : voiceButton.palette.windowText
+                        color: sheetModel.recorder.isRecording ? Theme.brightRed : voiceButton.palette.windowText
                     }
                 }
                 background: Rectangle {
-                    radius: 14
-                    color: "white"
+                    radius: Theme.radiusXL
+                    color: Theme.white
                 }
             }
 
-            Label {
+            ErrorLine {
                 objectName: "recorderError"
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
-                visible: sheetModel.recorder.errorMessage !== ""
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
                 text: sheetModel.recorder.errorMessage
-                font.pixelSize: 13
-                color: "red"
             }
 
             AppButton {
@@ -204,21 +201,21 @@ Rectangle {
                 Layout.alignment: Qt.AlignHCenter
                 visible: sheetModel.recorder.transcribedText !== ""
                 text: "استخدم النص ✓"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 onClicked: sheetModel.useTranscribedText()
             }
 
             Label {
-                Layout.topMargin: 8
-                Layout.leftMargin: 20
+                Layout.topMargin: Theme.spacingS
+                Layout.leftMargin: Theme.margin
                 text: "نوع الفكرة"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 font.weight: Font.Medium
-                color: sheet.captionColor
+                color: Theme.secondaryText
             }
             Row {
                 Layout.alignment: Qt.AlignHCenter
-                spacing: 10
+                spacing: Theme.spacingM
                 Repeater {
                     model: sheetModel.categories
                     Chip {
@@ -232,27 +229,27 @@ Rectangle {
             }
 
             Label {
-                Layout.topMargin: 8
-                Layout.leftMargin: 20
+                Layout.topMargin: Theme.spacingS
+                Layout.leftMargin: Theme.margin
                 text: "⏰ ذكرني"
-                font.pixelSize: 15
+                font.pixelSize: Theme.callout
                 font.weight: Font.Medium
-                color: sheet.captionColor
+                color: Theme.secondaryText
             }
             FlowLayout {
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
-                spacing: 8
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
+                spacing: Theme.spacingS
                 Repeater {
                     model: sheetModel.reminderLabels
                     Chip {
                         required property string modelData
                         required property int index
                         text: modelData
-                        radius: 10
-                        horizontalPadding: 10
-                        verticalPadding: 10
+                        radius: Theme.radiusM
+                        horizontalPadding: Theme.spacingM
+                        verticalPadding: Theme.spacingM
                         selectionAnimationMs: 200
                         selected: sheetModel.selectedReminder === index
                         onClicked: sheetModel.tapReminder(index)
@@ -260,13 +257,10 @@ Rectangle {
                 }
             }
 
-            Label {
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
-                visible: sheetModel.saveError !== ""
+            ErrorLine {
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
                 text: sheetModel.saveError
-                font.pixelSize: 13
-                color: "red"
             }
 
             AppButton {
@@ -274,25 +268,25 @@ Rectangle {
 
                 objectName: "saveButton"
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
-                Layout.topMargin: 8
-                Layout.bottomMargin: 24
-                verticalPadding: 16
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
+                Layout.topMargin: Theme.spacingS
+                Layout.bottomMargin: Theme.marginL
+                verticalPadding: Theme.spacingXXL
                 text: "احفظ الفكرة 💾"
-                font.pixelSize: 17
+                font.pixelSize: Theme.headline
                 font.bold: true
                 onClicked: sheet.save()
 
                 contentItem: Label {
                     text: saveButton.text
                     font: saveButton.font
-                    color: "white"
+                    color: Theme.white
                     horizontalAlignment: Text.AlignHCenter
                 }
                 background: Rectangle {
-                    radius: 14
-                    color: AppPalette.blue600
+                    radius: Theme.radiusXL
+                    color: Theme.blue600
                     opacity: sheetModel.canSave ? 1 : 0.4
                 }
             }

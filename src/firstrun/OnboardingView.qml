@@ -27,8 +27,8 @@ Item {
         height: diagonal
         rotation: (view.LayoutMirroring.enabled ? 1 : -1) * Math.atan2(view.width, view.height) * 180 / Math.PI
         gradient: Gradient {
-            GradientStop { position: 0; color: AppPalette.blue600 }
-            GradientStop { position: 1; color: AppPalette.blue800 }
+            GradientStop { position: 0; color: Theme.blue600 }
+            GradientStop { position: 1; color: Theme.blue800 }
         }
     }
 
@@ -40,34 +40,34 @@ Item {
         Layout.fillWidth: true
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
-        color: "white"
-        font.pixelSize: 28
+        color: Theme.white
+        font.pixelSize: Theme.largeTitle
         font.bold: true
     }
     component Subtitle: Label {
         Layout.fillWidth: true
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
-        color: Qt.rgba(1, 1, 1, 0.9)
-        font.pixelSize: 17
+        color: Theme.faded(Theme.white, 0.9)
+        font.pixelSize: Theme.headline
     }
     component WhiteButton: AppButton {
         id: button
 
         Layout.fillWidth: true
-        verticalPadding: 16
+        verticalPadding: Theme.spacingXXL
         opacity: enabled ? 1 : 0.5
-        font.pixelSize: 17
+        font.pixelSize: Theme.headline
         font.bold: true
         contentItem: Label {
             text: button.text
             font: button.font
-            color: AppPalette.blue600
+            color: Theme.blue600
             horizontalAlignment: Text.AlignHCenter
         }
         background: Rectangle {
-            radius: 14
-            color: "white"
+            radius: Theme.radiusXL
+            color: Theme.white
         }
     }
     // One page of the walkthrough, cross-fading in and out with the step.
@@ -90,7 +90,7 @@ Item {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             anchors.margins: 32
-            spacing: 24
+            spacing: Theme.marginL
         }
     }
 
@@ -116,13 +116,13 @@ Item {
             Subtitle { text: "الفكرون هو مكانك الخاص لتكبّ كل أفكارك ومهامك وملاحظاتك بسرعة وبدون تفكير" }
             ColumnLayout {
                 Layout.fillWidth: true
-                spacing: 8
+                spacing: Theme.spacingS
 
                 Label {
                     Layout.alignment: Qt.AlignLeft
                     text: "وش اسمك؟"
-                    color: "white"
-                    font.pixelSize: 17
+                    color: Theme.white
+                    font.pixelSize: Theme.headline
                     font.weight: Font.Medium
                 }
                 TextField {
@@ -132,15 +132,15 @@ Item {
                     text: onboarding.nameInput
                     onTextChanged: onboarding.nameInput = text
                     placeholderText: "اكتب اسمك هنا"
-                    placeholderTextColor: Qt.rgba(1, 1, 1, 0.6)
-                    color: "white"
-                    font.pixelSize: 17
-                    padding: 16
+                    placeholderTextColor: Theme.faded(Theme.white, 0.6)
+                    color: Theme.white
+                    font.pixelSize: Theme.headline
+                    padding: Theme.spacingXXL
                     // Mirrored to the right, so even the empty field starts where Arabic does.
                     horizontalAlignment: TextInput.AlignLeft
                     background: Rectangle {
-                        radius: 12
-                        color: Qt.rgba(1, 1, 1, 0.2)
+                        radius: Theme.radiusL
+                        color: Theme.faded(Theme.white, 0.2)
                     }
                     Accessible.name: "وش اسمك؟"
                     Component.onCompleted: forceActiveFocus()
@@ -162,16 +162,16 @@ Item {
             Title { text: "وش تقدر تسوي؟" }
             Rectangle {
                 Layout.fillWidth: true
-                implicitHeight: features.implicitHeight + 40
+                implicitHeight: features.implicitHeight + 2 * Theme.margin
                 radius: 20
-                color: Qt.rgba(1, 1, 1, 0.15)
+                color: Theme.faded(Theme.white, 0.15)
 
                 ColumnLayout {
                     id: features
 
                     anchors.fill: parent
-                    anchors.margins: 20
-                    spacing: 16
+                    anchors.margins: Theme.margin
+                    spacing: Theme.spacingXXL
 
                     Repeater {
                         model: [
@@ -185,23 +185,23 @@ Item {
                             required property var modelData
 
                             Layout.fillWidth: true
-                            spacing: 12
+                            spacing: Theme.spacingL
 
                             Label {
                                 Layout.preferredWidth: 40
                                 horizontalAlignment: Text.AlignHCenter
                                 text: modelData[0]
-                                font.pixelSize: 28
+                                font.pixelSize: Theme.largeTitle
                             }
                             ColumnLayout {
                                 Layout.fillWidth: true
-                                spacing: 2
+                                spacing: Theme.spacingXXXS
 
                                 Label {
                                     Layout.alignment: Qt.AlignLeft
                                     text: modelData[1]
-                                    color: "white"
-                                    font.pixelSize: 15
+                                    color: Theme.white
+                                    font.pixelSize: Theme.callout
                                     font.bold: true
                                 }
                                 Label {
@@ -209,8 +209,8 @@ Item {
                                     horizontalAlignment: Text.AlignLeft
                                     wrapMode: Text.Wrap
                                     text: modelData[2]
-                                    color: Qt.rgba(1, 1, 1, 0.8)
-                                    font.pixelSize: 13
+                                    color: Theme.faded(Theme.white, 0.8)
+                                    font.pixelSize: Theme.footnote
                                 }
                             }
                         }
@@ -243,11 +243,11 @@ Item {
             AppButton {
                 Layout.alignment: Qt.AlignHCenter
                 text: "لا، شكراً"
-                font.pixelSize: 16
+                font.pixelSize: Theme.body
                 contentItem: Label {
                     text: parent.text
                     font: parent.font
-                    color: Qt.rgba(1, 1, 1, 0.7)
+                    color: Theme.faded(Theme.white, 0.7)
                 }
                 background: null
                 onClicked: onboarding.declineNotifications()
@@ -279,7 +279,7 @@ Item {
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 40
         anchors.horizontalCenter: parent.horizontalCenter
-        spacing: 8
+        spacing: Theme.spacingS
 
         Repeater {
             model: onboarding.totalSteps
@@ -288,8 +288,8 @@ Item {
 
                 width: 8
                 height: 8
-                radius: 4
-                color: "white"
+                radius: width / 2
+                color: Theme.white
                 opacity: index === onboarding.step ? 1 : 0.4
             }
         }

@@ -9,10 +9,8 @@ Rectangle {
 
     signal dismissRequested()
 
-    readonly property color secondaryColor: "#6B7280"
-
     objectName: "whatsNewView"
-    color: AppPalette.blue50
+    color: Theme.blue50
 
     ScrollView {
         id: scroll
@@ -22,12 +20,12 @@ Rectangle {
 
         ColumnLayout {
             width: scroll.availableWidth
-            spacing: 24
+            spacing: Theme.marginL
 
             ColumnLayout {
                 Layout.alignment: Qt.AlignHCenter
-                Layout.topMargin: 20
-                spacing: 12
+                Layout.topMargin: Theme.margin
+                spacing: Theme.spacingL
 
                 Label {
                     Layout.alignment: Qt.AlignHCenter
@@ -37,71 +35,71 @@ Rectangle {
                 Label {
                     Layout.alignment: Qt.AlignHCenter
                     text: "وش الجديد؟"
-                    font.pixelSize: 28
+                    font.pixelSize: Theme.largeTitle
                     font.bold: true
                 }
                 Label {
                     Layout.alignment: Qt.AlignHCenter
                     // This sheet's own fallback; the settings fall back to "1.0".
                     text: "الإصدار " + AppVersion.current("1.1")
-                    font.pixelSize: 15
-                    color: view.secondaryColor
+                    font.pixelSize: Theme.callout
+                    color: Theme.secondaryText
                 }
             }
 
             ColumnLayout {
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
-                spacing: 12
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
+                spacing: Theme.spacingL
 
                 Repeater {
                     model: [
-                        { icon: "hand.draw", tint: Qt.rgba(52 / 255, 199 / 255, 89 / 255, 1), title: "اسحب يمين = تم! ✅",
+                        { icon: "hand.draw", tint: Theme.green, title: "اسحب يمين = تم! ✅",
                           body: "اسحب الفكرة يمين عشان تخلّصها بسرعة وتحصل على رسالة تحفيزية" },
-                        { icon: "trash", tint: Qt.rgba(1, 59 / 255, 48 / 255, 1), title: "اسحب يسار = حذف 🗑️",
+                        { icon: "trash", tint: Theme.systemRed, title: "اسحب يسار = حذف 🗑️",
                           body: "اسحب يسار عشان تحذف أي فكرة بضغطة وحدة" },
-                        { icon: "paperplane.fill", tint: Qt.rgba(0, 136 / 255, 204 / 255, 1), title: "دعم عبر تيليجرام 💬",
+                        { icon: "paperplane.fill", tint: Theme.telegramBlue, title: "دعم عبر تيليجرام 💬",
                           body: "تقدر تتواصل معنا مباشرة من الإعدادات" },
-                        { icon: "arrow.triangle.2.circlepath", tint: AppPalette.blue600, title: "تنبيه التحديثات 🔄",
+                        { icon: "arrow.triangle.2.circlepath", tint: Theme.blue600, title: "تنبيه التحديثات 🔄",
                           body: "بنخبرك لما ينزل تحديث جديد عشان ما يفوتك شي" },
                     ]
                     delegate: Rectangle {
                         required property var modelData
 
                         Layout.fillWidth: true
-                        implicitHeight: row.implicitHeight + 32
-                        radius: 16
-                        color: "white"
+                        implicitHeight: row.implicitHeight + 2 * Theme.spacingXXL
+                        radius: Theme.radiusXXL
+                        color: Theme.white
 
                         RowLayout {
                             id: row
 
                             anchors.fill: parent
-                            anchors.margins: 16
-                            spacing: 14
+                            anchors.margins: Theme.spacingXXL
+                            spacing: Theme.spacingXL
 
                             Rectangle {
                                 Layout.preferredWidth: 44
                                 Layout.preferredHeight: 44
-                                radius: 12
-                                color: Qt.rgba(modelData.tint.r, modelData.tint.g, modelData.tint.b, 0.1)
+                                radius: Theme.radiusL
+                                color: Theme.faded(modelData.tint, 0.1)
 
                                 SymbolIcon {
                                     anchors.centerIn: parent
                                     name: modelData.icon
-                                    size: 22
+                                    size: Theme.title
                                     color: modelData.tint
                                 }
                             }
                             ColumnLayout {
                                 Layout.fillWidth: true
-                                spacing: 4
+                                spacing: Theme.spacingXXS
 
                                 Label {
                                     Layout.alignment: Qt.AlignLeft
                                     text: modelData.title
-                                    font.pixelSize: 16
+                                    font.pixelSize: Theme.body
                                     font.bold: true
                                 }
                                 Label {
@@ -109,8 +107,8 @@ Rectangle {
                                     horizontalAlignment: Text.AlignLeft
                                     wrapMode: Text.Wrap
                                     text: modelData.body
-                                    font.pixelSize: 14
-                                    color: view.secondaryColor
+                                    font.pixelSize: Theme.subheadline
+                                    color: Theme.secondaryText
                                 }
                             }
                         }
@@ -120,22 +118,22 @@ Rectangle {
 
             AppButton {
                 Layout.fillWidth: true
-                Layout.leftMargin: 20
-                Layout.rightMargin: 20
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
                 Layout.bottomMargin: 30
-                verticalPadding: 16
+                verticalPadding: Theme.spacingXXL
                 text: "يلا نكمل! 🚀"
-                font.pixelSize: 17
+                font.pixelSize: Theme.headline
                 font.bold: true
                 contentItem: Label {
                     text: parent.text
                     font: parent.font
-                    color: "white"
+                    color: Theme.white
                     horizontalAlignment: Text.AlignHCenter
                 }
                 background: Rectangle {
-                    radius: 14
-                    color: AppPalette.blue600
+                    radius: Theme.radiusXL
+                    color: Theme.blue600
                 }
                 onClicked: view.dismissRequested()
             }

@@ -9,9 +9,9 @@ Pane {
 
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
-    width: 280
-    padding: 16
-    background: Rectangle { color: "white" }
+    width: Theme.panelWidth
+    padding: Theme.spacingXXL
+    background: Rectangle { color: Theme.white }
 
     // Asks the window around it to go away, once the main window has what was picked.
     signal dismissRequested()
@@ -28,28 +28,28 @@ Pane {
 
     ColumnLayout {
         anchors.fill: parent
-        spacing: 12
+        spacing: Theme.spacingL
 
         RowLayout {
             Layout.fillWidth: true
             ColumnLayout {
-                spacing: 2
+                spacing: Theme.spacingXXXS
                 Label {
                     text: "الفكرون 🗑️"
-                    font.pixelSize: 16
+                    font.pixelSize: Theme.body
                     font.bold: true
                 }
                 Label {
                     text: "كب فكرتك!"
-                    font.pixelSize: 12
+                    font.pixelSize: Theme.caption
                     opacity: 0.6
                 }
             }
             Item { Layout.fillWidth: true }
             SymbolIcon {
                 name: SyncStatus.isCloudKit ? "icloud.fill" : "icloud.slash"
-                size: 12
-                color: AppPalette.blue600
+                size: Theme.caption
+                color: Theme.blue600
                 ToolTip.visible: syncHover.hovered
                 ToolTip.text: SyncStatus.isCloudKit ? "المزامنة عبر iCloud مفعّلة" : "التخزين محلي فقط على هذا الجهاز"
                 HoverHandler { id: syncHover }
@@ -64,23 +64,23 @@ Pane {
             onTextEdited: menuModel.newIdeaText = text
             onAccepted: menuModel.save()
             placeholderText: "اكتب فكرتك هنا..."
-            font.pixelSize: 14
+            font.pixelSize: Theme.subheadline
             horizontalAlignment: TextInput.AlignLeft
             focus: true
             Accessible.name: "فكرة سريعة"
         }
 
         Row {
-            spacing: 6
+            spacing: Theme.spacingXS
             Repeater {
                 model: menuModel.categories
                 Chip {
                     required property string modelData
                     text: modelData
                     emoji: Vocabulary.emoji(modelData)
-                    font.pixelSize: 13
-                    horizontalPadding: 10
-                    verticalPadding: 6
+                    font.pixelSize: Theme.footnote
+                    horizontalPadding: Theme.spacingM
+                    verticalPadding: Theme.spacingXS
                     selected: menuModel.selectedCategory === modelData
                     // Back to the field, so Return still saves after a click here.
                     onClicked: {
@@ -97,7 +97,7 @@ Pane {
             Layout.fillWidth: true
             text: menuModel.saved ? "تم الحفظ! ✓" : "احفظ"
             Accessible.name: text
-            font.pixelSize: 14
+            font.pixelSize: Theme.subheadline
             font.bold: true
             onClicked: menuModel.save()
             contentItem: Item {
@@ -106,33 +106,30 @@ Pane {
                     id: saveRow
 
                     anchors.horizontalCenter: parent.horizontalCenter
-                    spacing: 6
+                    spacing: Theme.spacingXS
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: "plus.circle.fill"
-                        size: 16
-                        color: "white"
+                        size: Theme.body
+                        color: Theme.white
                     }
                     Label {
                         text: saveButton.text
                         font: saveButton.font
-                        color: "white"
+                        color: Theme.white
                     }
                 }
             }
             background: Rectangle {
-                radius: 8
-                color: AppPalette.blue600
+                radius: Theme.radiusS
+                color: Theme.blue600
             }
         }
 
-        Label {
+        ErrorLine {
             Layout.fillWidth: true
-            visible: menuModel.saveError !== ""
             text: menuModel.saveError
-            wrapMode: Text.WordWrap
-            font.pixelSize: 12
-            color: "red"
+            font.pixelSize: Theme.caption
         }
 
         // A positioner, not a layout: Qt 6.4's layouts crashed on these rows being replaced
@@ -145,7 +142,7 @@ Pane {
                 width: parent.width
                 horizontalAlignment: Text.AlignLeft
                 text: "آخر الأفكار"
-                font.pixelSize: 11
+                font.pixelSize: Theme.caption2
                 opacity: 0.6
             }
             Repeater {
@@ -157,8 +154,8 @@ Pane {
 
                     width: parent.width
                     flat: true
-                    horizontalPadding: 4
-                    verticalPadding: 4
+                    horizontalPadding: Theme.spacingXXS
+                    verticalPadding: Theme.spacingXXS
                     text: modelData.title
                     Accessible.name: text
                     // Opens the idea itself in the main window.
@@ -170,7 +167,7 @@ Pane {
                     contentItem: Label {
                         text: "• " + recentIdea.text
                         textFormat: Text.PlainText
-                        font.pixelSize: 13
+                        font.pixelSize: Theme.footnote
                         elide: Text.ElideRight
                         maximumLineCount: 1
                         horizontalAlignment: Text.AlignLeft
@@ -186,9 +183,9 @@ Pane {
 
             Rectangle {
                 Layout.fillWidth: true
-                Layout.bottomMargin: 6
+                Layout.bottomMargin: Theme.spacingXS
                 implicitHeight: 1
-                color: "#E5E7EB"
+                color: Theme.separator
             }
 
             AppButton {
@@ -196,18 +193,18 @@ Pane {
 
                 Layout.fillWidth: true
                 flat: true
-                verticalPadding: 4
+                verticalPadding: Theme.spacingXXS
                 text: "افتح كل الأفكار"
                 onClicked: {
                     AppEvents.openWindow("main")
                     panel.dismissRequested()
                 }
                 contentItem: Row {
-                    spacing: 6
+                    spacing: Theme.spacingXS
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: "rectangle.expand.vertical"
-                        size: 14
+                        size: Theme.subheadline
                     }
                     Label { text: openAll.text }
                 }
@@ -218,10 +215,10 @@ Pane {
 
                 Layout.fillWidth: true
                 flat: true
-                verticalPadding: 4
+                verticalPadding: Theme.spacingXXS
                 text: "تحقق من التحديثات"
                 Accessible.name: text
-                font.pixelSize: 12
+                font.pixelSize: Theme.caption
                 onClicked: {
                     UpdaterManager.checkForUpdates()
                     panel.dismissRequested()
@@ -238,7 +235,7 @@ Pane {
 
                 Layout.fillWidth: true
                 flat: true
-                verticalPadding: 4
+                verticalPadding: Theme.spacingXXS
                 text: "إغلاق التطبيق"
                 onClicked: Qt.quit()
                 contentItem: Label {

@@ -5,10 +5,10 @@ Window {
     id: panelWindow
 
     title: "لوحة الفكرون"
-    width: 280
+    width: Theme.panelWidth
     height: view.implicitHeight
     flags: Qt.Tool | Qt.FramelessWindowHint
-    color: "white"
+    color: Theme.white
     // Its text field holds the focus, and takes the keys once the desktop activates the panel.
     onVisibleChanged: if (visible) LatencyTrace.end("panel", panelWindow)
 

@@ -10,13 +10,8 @@ Rectangle {
 
     signal dismissRequested()
 
-    readonly property color textColor: "#1F2937"
-    readonly property color secondaryColor: "#6B7280"
-    readonly property color tertiaryColor: "#9CA3AF"
-    readonly property color supportTint: Qt.rgba(0, 136 / 255, 204 / 255, 1)
-
     objectName: "settingsView"
-    color: AppPalette.blue50
+    color: Theme.blue50
     focus: true
 
     Shortcut {
@@ -27,8 +22,8 @@ Rectangle {
     // Scrolls just enough to show an item that took the keyboard focus below the fold.
     function reveal(item) {
         const flick = scroll.contentItem
-        const top = item.mapToItem(flick.contentItem, 0, 0).y - 20
-        const bottom = top + item.height + 40
+        const top = item.mapToItem(flick.contentItem, 0, 0).y - Theme.margin
+        const bottom = top + item.height + 2 * Theme.margin
         if (top < flick.contentY)
             flick.contentY = Math.max(0, top)
         else if (bottom > flick.contentY + flick.height)
@@ -43,22 +38,22 @@ Rectangle {
         default property alias content: cardColumn.data
 
         Layout.fillWidth: true
-        implicitHeight: cardColumn.implicitHeight + 32
-        radius: 16
-        color: "white"
+        implicitHeight: cardColumn.implicitHeight + 2 * Theme.spacingXXL
+        radius: Theme.radiusXXL
+        color: Theme.white
 
         ColumnLayout {
             id: cardColumn
 
             anchors.fill: parent
-            anchors.margins: 16
-            spacing: 12
+            anchors.margins: Theme.spacingXXL
+            spacing: Theme.spacingL
 
             Label {
                 // "ℹ" is a left-to-right letter: without the mark the line would run
                 // left to right and put the emoji after the word.
                 text: "\u200F" + card.title
-                font.pixelSize: 17
+                font.pixelSize: Theme.headline
                 font.bold: true
                 Accessible.name: card.title
             }
@@ -76,8 +71,8 @@ Rectangle {
         SymbolIcon {
             id: symbol
             anchors.centerIn: parent
-            size: 16
-            color: view.textColor
+            size: Theme.body
+            color: Theme.primaryText
         }
     }
 
@@ -85,11 +80,11 @@ Rectangle {
         property alias symbol: icon.name
         property alias text: statement.text
 
-        spacing: 10
+        spacing: Theme.spacingM
         FramedSymbol { id: icon }
         Label {
             id: statement
-            font.pixelSize: 14
+            font.pixelSize: Theme.subheadline
         }
     }
 
@@ -105,7 +100,7 @@ Rectangle {
         Keys.onEnterPressed: clicked()
         onActiveFocusChanged: if (activeFocus) view.reveal(link)
         background: Rectangle {
-            radius: 8
+            radius: Theme.radiusS
             color: "transparent"
         }
     }
@@ -115,12 +110,12 @@ Rectangle {
 
         anchors.left: parent.left
         anchors.right: parent.right
-        height: 52
+        height: Theme.navigationBarHeight
 
         Label {
             anchors.centerIn: parent
             text: "الإعدادات"
-            font.pixelSize: 17
+            font.pixelSize: Theme.headline
             font.bold: true
         }
         AppButton {
@@ -128,10 +123,10 @@ Rectangle {
 
             objectName: "closeButton"
             anchors.right: parent.right
-            anchors.rightMargin: 8
+            anchors.rightMargin: Theme.spacingS
             anchors.verticalCenter: parent.verticalCenter
             flat: true
-            padding: 6
+            padding: Theme.spacingXS
             text: "إغلاق"
             Accessible.name: text
             Keys.onReturnPressed: clicked()
@@ -139,8 +134,8 @@ Rectangle {
             onClicked: view.dismissRequested()
             contentItem: SymbolIcon {
                 name: "xmark.circle.fill"
-                size: 18
-                color: view.secondaryColor
+                size: Theme.title3
+                color: Theme.secondaryText
             }
             background: Rectangle {
                 radius: height / 2
@@ -158,32 +153,32 @@ Rectangle {
         anchors.bottom: parent.bottom
         clip: true
         contentWidth: availableWidth
-        contentHeight: blocks.implicitHeight + 40
+        contentHeight: blocks.implicitHeight + 2 * Theme.margin
 
         ColumnLayout {
             id: blocks
 
-            x: 20
-            y: 20
-            width: scroll.availableWidth - 40
-            spacing: 20
+            x: Theme.margin
+            y: Theme.margin
+            width: scroll.availableWidth - 2 * Theme.margin
+            spacing: Theme.margin
 
             ColumnLayout {
                 Layout.alignment: Qt.AlignHCenter
-                Layout.topMargin: 24
-                Layout.bottomMargin: 24
-                spacing: 8
+                Layout.topMargin: Theme.marginL
+                Layout.bottomMargin: Theme.marginL
+                spacing: Theme.spacingS
 
                 Label {
                     Layout.alignment: Qt.AlignHCenter
                     text: "🗑️"
-                    font.pixelSize: 48
+                    font.pixelSize: Theme.display
                 }
                 Label {
                     objectName: "greeting"
                     Layout.alignment: Qt.AlignHCenter
                     text: "أهلاً " + AppSettings.userName
-                    font.pixelSize: 20
+                    font.pixelSize: Theme.title2
                     font.bold: true
                 }
             }
@@ -193,7 +188,7 @@ Rectangle {
 
                 ColumnLayout {
                     Layout.fillWidth: true
-                    spacing: 10
+                    spacing: Theme.spacingM
 
                     StatementRow { symbol: "iphone"; text: "بياناتك تبقى في جهازك فقط" }
                     StatementRow { symbol: "eye.slash"; text: "ما نجمع أي بيانات عنك" }
@@ -203,31 +198,34 @@ Rectangle {
                     ColumnLayout {
                         objectName: "syncRow"
                         Layout.fillWidth: true
-                        spacing: 4
+                        spacing: Theme.spacingXXS
 
                         RowLayout {
-                            spacing: 10
+                            spacing: Theme.spacingM
                             FramedSymbol {
+                                id: syncSymbol
+
                                 objectName: "syncSymbol"
                                 name: SyncStatus.isCloudKit ? "icloud.fill" : "icloud.slash"
-                                size: 14
-                                color: SyncStatus.isCloudKit ? "green" : "orange"
+                                size: Theme.subheadline
+                                color: SyncStatus.isCloudKit ? Theme.green : Theme.orange
                             }
                             Label {
                                 objectName: "syncText"
                                 text: SyncStatus.isCloudKit ? "المزامنة عبر iCloud مفعّلة"
                                                             : "التخزين محلي فقط على هذا الجهاز"
-                                font.pixelSize: 14
+                                font.pixelSize: Theme.subheadline
                             }
                         }
                         Label {
                             objectName: "syncReason"
                             Layout.fillWidth: true
-                            Layout.leftMargin: 34
+                            // Under the text beside the symbol.
+                            Layout.leftMargin: syncSymbol.implicitWidth + Theme.spacingM
                             visible: !SyncStatus.isCloudKit
                             text: SyncStatus.reason
-                            font.pixelSize: 11
-                            color: view.secondaryColor
+                            font.pixelSize: Theme.caption2
+                            color: Theme.secondaryText
                             wrapMode: Text.WordWrap
                             // The reason is English; it still starts at the leading edge.
                             horizontalAlignment: Text.AlignLeft
@@ -244,14 +242,14 @@ Rectangle {
 
                     objectName: "supportLink"
                     text: "تواصل معنا عبر تيليجرام"
-                    font.pixelSize: 14
+                    font.pixelSize: Theme.subheadline
                     onClicked: AppLinks.open(AppLinks.supportUrl)
                     contentItem: RowLayout {
-                        spacing: 10
+                        spacing: Theme.spacingM
                         FramedSymbol {
                             name: "paperplane.fill"
-                            size: 14
-                            color: view.supportTint
+                            size: Theme.subheadline
+                            color: Theme.telegramBlue
                         }
                         Label {
                             text: supportLink.text
@@ -260,8 +258,8 @@ Rectangle {
                         Item { Layout.fillWidth: true }
                         SymbolIcon {
                             name: "arrow.up.forward"
-                            size: 12
-                            color: view.tertiaryColor
+                            size: Theme.caption
+                            color: Theme.tertiaryText
                         }
                     }
                 }
@@ -272,20 +270,20 @@ Rectangle {
 
                 ColumnLayout {
                     Layout.fillWidth: true
-                    spacing: 10
+                    spacing: Theme.spacingM
 
                     RowLayout {
-                        spacing: 8
+                        spacing: Theme.spacingS
                         SymbolIcon {
                             name: "number"
-                            size: 14
-                            color: view.secondaryColor
+                            size: Theme.subheadline
+                            color: Theme.secondaryText
                         }
                         Label {
                             objectName: "versionText"
                             text: "الإصدار " + AppVersion.current("1.0")
-                            font.pixelSize: 14
-                            color: view.secondaryColor
+                            font.pixelSize: Theme.subheadline
+                            color: Theme.secondaryText
                         }
                     }
                     LinkButton {
@@ -294,19 +292,19 @@ Rectangle {
                         objectName: "makerLink"
                         Layout.fillWidth: false
                         text: AppLinks.makerLabel
-                        font.pixelSize: 14
+                        font.pixelSize: Theme.subheadline
                         onClicked: AppLinks.open(AppLinks.makerUrl)
                         contentItem: RowLayout {
-                            spacing: 8
+                            spacing: Theme.spacingS
                             SymbolIcon {
                                 name: "globe"
-                                size: 14
-                                color: AppPalette.blue600
+                                size: Theme.subheadline
+                                color: Theme.blue600
                             }
                             Label {
                                 text: makerLink.text
                                 font: makerLink.font
-                                color: AppPalette.blue600
+                                color: Theme.blue600
                             }
                         }
                     }
@@ -315,9 +313,9 @@ Rectangle {
 
             Label {
                 Layout.alignment: Qt.AlignHCenter
-                Layout.topMargin: 20
+                Layout.topMargin: Theme.margin
                 text: "صنع بحب في 🇸🇦"
-                font.pixelSize: 13
+                font.pixelSize: Theme.footnote
             }
         }
     }

@@ -20,7 +20,7 @@ Button {
         radius: button.background && button.background.radius !== undefined ? button.background.radius : 0
         color: "transparent"
         border.width: 2
-        border.color: AppPalette.blue600
+        border.color: Theme.blue600
 
         Rectangle {
             anchors.fill: parent
@@ -28,7 +28,7 @@ Button {
             radius: Math.max(0, ring.radius - 2)
             color: "transparent"
             border.width: 1
-            border.color: "white"
+            border.color: Theme.white
         }
     }
 }

@@ -8,17 +8,17 @@ AppButton {
 
     property bool selected: false
     property string emoji: ""
-    property real radius: 12
+    property real radius: Theme.radiusL
     // How long the fill takes to follow a change of choice; 0 switches at once.
     property int selectionAnimationMs: 0
 
-    font.pixelSize: 14
-    horizontalPadding: 14
-    verticalPadding: 8
+    font.pixelSize: Theme.subheadline
+    horizontalPadding: Theme.spacingXL
+    verticalPadding: Theme.spacingS
     Accessible.name: text
 
     contentItem: Row {
-        spacing: 4
+        spacing: Theme.spacingXXS
         Label {
             visible: chip.emoji !== ""
             text: chip.emoji
@@ -27,7 +27,7 @@ AppButton {
         Label {
             text: chip.text
             font: chip.font
-            color: chip.selected ? "white" : chip.palette.windowText
+            color: chip.selected ? Theme.white : chip.palette.windowText
             Behavior on color {
                 enabled: chip.selectionAnimationMs > 0
                 ColorAnimation { duration: chip.selectionAnimationMs; easing.type: Easing.InOutQuad }
@@ -36,7 +36,7 @@ AppButton {
     }
     background: Rectangle {
         radius: chip.radius
-        color: chip.selected ? AppPalette.blue600 : AppPalette.blue50
+        color: chip.selected ? Theme.blue600 : Theme.blue50
         Behavior on color {
             enabled: chip.selectionAnimationMs > 0
             ColorAnimation { duration: chip.selectionAnimationMs; easing.type: Easing.InOutQuad }

@@ -7,7 +7,7 @@ Text {
     id: icon
 
     property string name
-    property real size: 16
+    property real size: Theme.body
 
     text: Symbols.glyph(name)
     font.family: Symbols.fontFamily

@@ -16,11 +16,11 @@ MenuItem {
     Accessible.onPressAction: clicked()
 
     contentItem: Row {
-        spacing: 8
+        spacing: Theme.spacingS
         SymbolIcon {
             anchors.verticalCenter: parent.verticalCenter
             name: item.symbol
-            size: 18
+            size: Theme.title3
             color: label.color
         }
         Label {
@@ -28,8 +28,8 @@ MenuItem {
 
             anchors.verticalCenter: parent.verticalCenter
             text: item.text
-            font.pixelSize: 14
-            color: item.destructive ? "#DC2626" : item.palette.windowText
+            font.pixelSize: Theme.subheadline
+            color: item.destructive ? Theme.red : item.palette.windowText
         }
     }
 }

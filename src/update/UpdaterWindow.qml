@@ -10,8 +10,6 @@ Window {
 
     readonly property int state: UpdaterManager.state
     readonly property bool busy: state === UpdaterManager.Checking || state === UpdaterManager.Downloading
-    readonly property color textColor: "#1F2937"
-    readonly property color secondaryColor: "#6B7280"
 
     title: "تحديثات الفكرون"
     width: 400
@@ -20,7 +18,7 @@ Window {
     maximumWidth: width
     minimumHeight: height
     maximumHeight: height
-    color: AppPalette.blue50
+    color: Theme.blue50
 
     Shortcut {
         sequence: StandardKey.Cancel
@@ -34,18 +32,18 @@ Window {
 
         Layout.minimumWidth: 130
         Accessible.name: text
-        font.pixelSize: 14
+        font.pixelSize: Theme.subheadline
         font.bold: true
         contentItem: Label {
             text: button.text
             font: button.font
-            color: button.primary ? "white" : AppPalette.blue600
+            color: button.primary ? Theme.white : Theme.blue600
             horizontalAlignment: Text.AlignHCenter
         }
         background: Rectangle {
-            radius: 10
-            color: button.primary ? AppPalette.blue600 : "white"
-            border.color: AppPalette.blue600
+            radius: Theme.radiusM
+            color: button.primary ? Theme.blue600 : Theme.white
+            border.color: Theme.blue600
             border.width: button.primary ? 0 : 1
         }
     }
@@ -56,22 +54,22 @@ Window {
         LayoutMirroring.enabled: true
         LayoutMirroring.childrenInherit: true
         width: window.width
-        implicitHeight: column.implicitHeight + 48
+        implicitHeight: column.implicitHeight + 2 * Theme.marginL
 
         ColumnLayout {
             id: column
 
-            x: 24
-            y: 24
-            width: parent.width - 48
-            spacing: 14
+            x: Theme.marginL
+            y: Theme.marginL
+            width: parent.width - 2 * Theme.marginL
+            spacing: Theme.spacingXL
 
             Label {
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
                 font.pixelSize: 19
                 font.bold: true
-                color: window.textColor
+                color: Theme.primaryText
                 text: window.state === UpdaterManager.UpToDate ? "أنت على آخر إصدار 👌"
                     : window.state === UpdaterManager.UpdateAvailable ? "فيه إصدار جديد! 🎉"
                     : window.state === UpdaterManager.Downloading ? "جاري التنزيل... ⬇️"
@@ -91,8 +89,8 @@ Window {
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.WordWrap
-                font.pixelSize: 14
-                color: window.secondaryColor
+                font.pixelSize: Theme.subheadline
+                color: Theme.secondaryText
                 text: window.state === UpdaterManager.UpToDate
                       ? "الإصدار " + UpdaterManager.currentVersion + " هو أحدث شي عندنا، استانس فيه"
                     : window.state === UpdaterManager.UpdateAvailable
@@ -111,29 +109,29 @@ Window {
                 visible: window.state === UpdaterManager.Downloading
                 indeterminate: UpdaterManager.downloadProgress < 0
                 value: Math.max(0, UpdaterManager.downloadProgress)
-                palette.dark: AppPalette.blue600
+                palette.dark: Theme.blue600
                 Accessible.name: "تقدّم التنزيل"
             }
 
             Rectangle {
                 Layout.fillWidth: true
                 visible: window.state === UpdaterManager.UpdateAvailable
-                implicitHeight: Math.min(notesColumn.implicitHeight, 220) + 28
-                radius: 14
-                color: "white"
+                implicitHeight: Math.min(notesColumn.implicitHeight, 220) + 2 * Theme.spacingXL
+                radius: Theme.radiusXL
+                color: Theme.white
 
                 ColumnLayout {
                     id: notesColumn
 
                     anchors.fill: parent
-                    anchors.margins: 14
-                    spacing: 8
+                    anchors.margins: Theme.spacingXL
+                    spacing: Theme.spacingS
 
                     Label {
                         text: "وش الجديد؟"
-                        font.pixelSize: 15
+                        font.pixelSize: Theme.callout
                         font.bold: true
-                        color: window.textColor
+                        color: Theme.primaryText
                     }
                     ScrollView {
                         Layout.fillWidth: true
@@ -150,8 +148,8 @@ Window {
                             textFormat: Text.RichText
                             text: UpdaterManager.releaseNotes
                             wrapMode: Text.Wrap
-                            font.pixelSize: 13
-                            color: window.textColor
+                            font.pixelSize: Theme.footnote
+                            color: Theme.primaryText
                             Accessible.name: "ملاحظات الإصدار: " + UpdaterManager.releaseNotesText
                         }
                     }
@@ -160,7 +158,7 @@ Window {
 
             RowLayout {
                 Layout.alignment: Qt.AlignHCenter
-                spacing: 12
+                spacing: Theme.spacingL
 
                 UpdaterButton {
                     visible: window.state === UpdaterManager.UpdateAvailable
