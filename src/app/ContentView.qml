@@ -24,7 +24,10 @@ Item {
 
     Component {
         id: ideasList
-        IdeasListView {}
+        IdeasListView {
+            captureSheetContent: Component { CaptureSheet {} }
+            settingsSheetContent: Component { SettingsView {} }
+        }
     }
 
     Component {
@@ -39,9 +42,7 @@ Item {
         visible: contentState.showWhatsNew
         onClosed: contentState.showWhatsNew = false
         content: Component {
-            WhatsNewView {
-                onDismissRequested: whatsNewSheet.close()
-            }
+            WhatsNewView {}
         }
     }
 

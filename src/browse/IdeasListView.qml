@@ -11,6 +11,10 @@ StackView {
 
     objectName: "ideasListView"
 
+    // The new-idea sheet and the settings, handed in by the window: other screens.
+    property Component captureSheetContent
+    property Component settingsSheetContent
+
     function openDetail(recordId, ideaId) {
         // A card still sliding out has no record behind it any more.
         if (ideaId !== undefined && stack.depth === 1)
@@ -308,21 +312,13 @@ StackView {
         id: captureSheet
 
         objectName: "captureSheetPopup"
-        content: Component {
-            CaptureSheet {
-                onDismissRequested: captureSheet.close()
-            }
-        }
+        content: stack.captureSheetContent
     }
 
     SheetPopup {
         id: settingsSheet
 
         objectName: "settingsSheetPopup"
-        content: Component {
-            SettingsView {
-                onDismissRequested: settingsSheet.close()
-            }
-        }
+        content: stack.settingsSheetContent
     }
 }

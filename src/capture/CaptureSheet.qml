@@ -169,7 +169,7 @@ Rectangle {
                             width: 12
                             height: 12
                             radius: width / 2
-                            color: Theme.brightRed
+                            color: Theme.red
                             scale: 1 + sheetModel.recorder.audioLevel * 0.5
                             Behavior on scale {
                                 NumberAnimation { duration: 100; easing.type: Easing.InOutQuad }
@@ -180,7 +180,7 @@ Rectangle {
                         anchors.verticalCenter: parent.verticalCenter
                         text: voiceButton.text
                         font: voiceButton.font
-                        color: sheetModel.recorder.isRecording ? Theme.brightRed : voiceButton.palette.windowText
+                        color: sheetModel.recorder.isRecording ? Theme.red : voiceButton.palette.windowText
                     }
                 }
                 background: Rectangle {

@@ -57,7 +57,7 @@ Rectangle {
                     model: [
                         { icon: "hand.draw", tint: Theme.green, title: "اسحب يمين = تم! ✅",
                           body: "اسحب الفكرة يمين عشان تخلّصها بسرعة وتحصل على رسالة تحفيزية" },
-                        { icon: "trash", tint: Theme.systemRed, title: "اسحب يسار = حذف 🗑️",
+                        { icon: "trash", tint: Theme.red, title: "اسحب يسار = حذف 🗑️",
                           body: "اسحب يسار عشان تحذف أي فكرة بضغطة وحدة" },
                         { icon: "paperplane.fill", tint: Theme.telegramBlue, title: "دعم عبر تيليجرام 💬",
                           body: "تقدر تتواصل معنا مباشرة من الإعدادات" },

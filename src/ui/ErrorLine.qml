@@ -12,7 +12,7 @@ Label {
     visible: text !== ""
     wrapMode: Text.WordWrap
     font.pixelSize: Theme.footnote
-    color: boxed ? Theme.white : Theme.brightRed
+    color: boxed ? Theme.white : Theme.red
     padding: boxed ? Theme.spacingM : 0
     background: Rectangle {
         visible: line.boxed

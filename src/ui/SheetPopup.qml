@@ -20,10 +20,19 @@ Popup {
 
     // The overlay lies outside the window's content, so the sheet mirrors itself.
     contentItem: Loader {
+        id: loader
+
         LayoutMirroring.enabled: true
         LayoutMirroring.childrenInherit: true
         active: sheet.visible
         focus: true
         sourceComponent: sheet.content
+
+        // Content that is done with itself says so; the sheet it sits in goes away.
+        Connections {
+            target: loader.item
+            ignoreUnknownSignals: true
+            function onDismissRequested() { sheet.close() }
+        }
     }
 }

@@ -15,13 +15,11 @@ QtObject {
     }
 
     // The platform's colours. Green is the one for anything that went well; orange
-    // marks a reminder or a fallback; red is for deleting and for failures, bright
-    // red for the microphone that listens and for a failure said in passing.
+    // marks a reminder or a fallback; red is for deleting, for failures and for the
+    // microphone that listens.
     readonly property color green: "#34C759"
     readonly property color orange: "#FFA500"
-    readonly property color red: "#DC2626"
-    readonly property color brightRed: "#FF0000"
-    readonly property color systemRed: "#FF3B30"
+    readonly property color red: "#FF3B30"
     readonly property color telegramBlue: "#0088CC"
 
     readonly property color white: "white"

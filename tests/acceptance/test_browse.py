@@ -202,8 +202,10 @@ class BrowseTest(unittest.TestCase):
 
     def open_card(self, prefix):
         """Clicks the card whose name starts with prefix: a megabyte does not fit a query's argv."""
-        x, y, w, h = next(extents for extents, name, role in self.showing(with_extents=True)
-                          if role == "push button" and name.startswith(prefix))
+        # Back from a detail view, the list shows once the view has slid away.
+        x, y, w, h = wait_until(lambda: next((extents for extents, name, role in self.showing(with_extents=True)
+                                              if role == "push button" and name.startswith(prefix)), None),
+                                10, f"the card {prefix}")
         self.desktop.click(x + w - 20, y + 15)  # its top right corner: the button floats mid-bottom
         return self.app.wait_find("عنوان الفكرة", role="text")["text"]
 
