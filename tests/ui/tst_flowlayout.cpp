@@ -25,15 +25,9 @@ private slots:
             << QList<QSizeF>{{46, 10}, {46, 10}} << 8.0 << QList<QPointF>{{0, 0}, {54, 0}} << 10.0;
         QTest::newRow("one point over breaks")
             << QList<QSizeF>{{46, 10}, {47, 10}} << 8.0 << QList<QPointF>{{0, 0}, {0, 18}} << 28.0;
-        QTest::newRow("over-wide chip overflows alone")
-            << QList<QSizeF>{{150, 20}, {30, 10}} << 8.0 << QList<QPointF>{{0, 0}, {0, 28}} << 38.0;
-        QTest::newRow("over-wide chip after others takes a line of its own")
+        QTest::newRow("an over-wide chip overflows on a line of its own")
             << QList<QSizeF>{{30, 10}, {150, 20}, {30, 10}} << 8.0
             << QList<QPointF>{{0, 0}, {0, 18}, {0, 46}} << 56.0;
-        // The gap left after the last chip of a line does not push the next line's first.
-        QTest::newRow("gap restarts on each line")
-            << QList<QSizeF>{{60, 10}, {60, 10}, {30, 10}} << 8.0
-            << QList<QPointF>{{0, 0}, {0, 18}, {68, 18}} << 28.0;
         QTest::newRow("no spacing")
             << QList<QSizeF>{{50, 10}, {50, 10}, {1, 10}} << 0.0
             << QList<QPointF>{{0, 0}, {50, 0}, {0, 10}} << 20.0;
