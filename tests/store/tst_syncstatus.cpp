@@ -2,7 +2,6 @@
 #include "StoreContainer.h"
 #include "TestFolders.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 static const QVariant entitled = QStringList{"CloudKit"};
@@ -51,32 +50,6 @@ private slots:
                 QCOMPARE(container.syncStatus->reason(), c.reason);
             }
         }
-    }
-
-    // Without the entitlement no account is asked for; with it, signing out and in while
-    // running is worded for a running program and reported only when it changes.
-    void recheckReportsOnlyRealChanges()
-    {
-        FakeCloudProbes probes(folders.path());
-        const StoreContainer local = StoreContainer::create(probes);
-        probes.token = signedIn;
-        probes.calls.clear();
-        local.syncStatus->recheck(probes);
-        QVERIFY(!local.syncStatus->isCloudKit());
-        QCOMPARE(probes.calls, QStringList{"entitlement"});
-
-        probes.entitlement = entitled;
-        probes.token = QVariant();
-        const StoreContainer container = StoreContainer::create(probes);
-        SyncStatus &status = *container.syncStatus;
-        QSignalSpy changed(&status, &SyncStatus::modeChanged);
-        status.recheck(probes);
-        status.recheck(probes);
-        QCOMPARE(status.reason(), "iCloud account signed out");
-        probes.token = signedIn;
-        status.recheck(probes);
-        QVERIFY(status.isCloudKit());
-        QCOMPARE(changed.size(), 2);
     }
 };
 
