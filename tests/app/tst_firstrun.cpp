@@ -13,27 +13,16 @@ class TestFirstRun : public QObject
     TestFolders folders;
 
 private slots:
-    void whatsNewDecision_data()
-    {
-        QTest::addColumn<bool>("onboarded");
-        QTest::addColumn<QString>("lastSeen");
-        QTest::addColumn<QString>("current");
-        QTest::addColumn<bool>("due");
-        QTest::newRow("after an update") << true << "1.0" << "1.1" << true;
-        QTest::newRow("same version") << true << "1.1" << "1.1" << false;
-        QTest::newRow("a downgrade is new too") << true << "1.2" << "1.1" << true;
-        QTest::newRow("text, not numbers") << true << "1.10" << "1.1" << true;
-        QTest::newRow("1.0 vs 1.0.0 differ") << true << "1.0.0" << "1.0" << true;
-        QTest::newRow("settings from before the key") << true << "" << "1.1" << false;
-        QTest::newRow("onboarding unfinished") << false << "1.0" << "1.1" << false;
-    }
-
     void whatsNewDecision()
     {
-        QFETCH(bool, onboarded);
-        QFETCH(QString, lastSeen);
-        QFETCH(QString, current);
-        QTEST(ContentState::isWhatsNewDue(onboarded, lastSeen, current), "due");
+        for (const auto &[onboarded, lastSeen, current, due] : {std::tuple{true, "1.0", "1.1", true}, // after an update
+                                                                {true, "1.1", "1.1", false},
+                                                                {true, "1.2", "1.1", true}, // a downgrade is new too
+                                                                {true, "1.10", "1.1", true}, // text, not numbers
+                                                                {true, "1.0.0", "1.0", true},
+                                                                {true, "", "1.1", false}, // settings from before the key
+                                                                {false, "1.0", "1.1", false}}) // onboarding unfinished
+            QCOMPARE(ContentState::isWhatsNewDue(onboarded, lastSeen, current), due);
     }
 
     // Turning reminders down still reaches the last page.

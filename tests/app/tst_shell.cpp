@@ -61,24 +61,18 @@ private slots:
         QVERIFY(!app->mainWindow());
     }
 
-    void panelPlacement_data()
-    {
-        QTest::addColumn<QRect>("icon");
-        QTest::addColumn<QPoint>("cursor");
-        QTest::addColumn<QPoint>("expected");
-        QTest::newRow("under an icon at the top") << QRect(1000, 0, 32, 32) << QPoint() << QPoint(875, 32);
-        QTest::newRow("over an icon at the bottom") << QRect(600, 768, 32, 32) << QPoint() << QPoint(475, 368);
-        QTest::newRow("kept inside the right edge") << QRect(1248, 0, 32, 32) << QPoint() << QPoint(1000, 32);
-        QTest::newRow("kept inside the left edge") << QRect(0, 0, 32, 32) << QPoint() << QPoint(0, 32);
-        QTest::newRow("no icon geometry: at the cursor") << QRect() << QPoint(640, 100) << QPoint(500, 100);
-        QTest::newRow("at the cursor, inside the screen") << QRect() << QPoint(1270, 790) << QPoint(1000, 400);
-    }
-
     void panelPlacement()
     {
-        QFETCH(QRect, icon);
-        QFETCH(QPoint, cursor);
-        QTEST(MenuBarExtra::panelPosition(icon, QSize(280, 400), QRect(0, 0, 1280, 800), cursor), "expected");
+        const QSize panel(280, 400);
+        const QRect screen(0, 0, 1280, 800);
+        for (const auto &[icon, cursor, expected] : {std::tuple{QRect(1000, 0, 32, 32), QPoint(), QPoint(875, 32)}, // under a top icon
+                                                     {QRect(600, 768, 32, 32), QPoint(), QPoint(475, 368)}, // over a bottom icon
+                                                     {QRect(1248, 0, 32, 32), QPoint(), QPoint(1000, 32)}, // inside the right edge
+                                                     {QRect(0, 0, 32, 32), QPoint(), QPoint(0, 32)}, // inside the left edge
+                                                     // No icon geometry: at the cursor, inside the screen.
+                                                     {QRect(), QPoint(640, 100), QPoint(500, 100)},
+                                                     {QRect(), QPoint(1270, 790), QPoint(1000, 400)}})
+            QCOMPARE(MenuBarExtra::panelPosition(icon, panel, screen, cursor), expected);
     }
 
     // Each symbol must be the icon we meant: the glyph its Material name shapes to.
