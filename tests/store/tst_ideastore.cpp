@@ -28,18 +28,13 @@ struct RawDb
     QList<QStringList> rows(const char *sql) const
     {
         QList<QStringList> result;
-        sqlite3_stmt *statement = nullptr;
-        if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
-            return result;
-        while (sqlite3_step(statement) == SQLITE_ROW) {
+        sqlite3_exec(db, sql, [](void *out, int count, char **values, char **) {
             QStringList row;
-            for (int column = 0; column < sqlite3_column_count(statement); ++column)
-                row << (sqlite3_column_type(statement, column) == SQLITE_NULL
-                            ? QStringLiteral("NULL")
-                            : QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, column))));
-            result << row;
-        }
-        sqlite3_finalize(statement);
+            for (int column = 0; column < count; ++column)
+                row << (values[column] ? QString::fromUtf8(values[column]) : QStringLiteral("NULL"));
+            static_cast<QList<QStringList> *>(out)->append(row);
+            return 0;
+        }, &result, nullptr);
         return result;
     }
     void exec(const char *sql) const { QCOMPARE(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK); }

@@ -216,40 +216,35 @@ private slots:
         QCOMPARE(QFile::permissions(path()) & (QFileDevice::ReadGroup | QFileDevice::ReadOther), QFileDevice::Permissions());
     }
 
-    void unreadableFilesAreMovedAsideKeepingWhatCanBeRead_data()
+    void unreadableFilesAreMovedAsideKeepingWhatCanBeRead()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QList<NotificationRequest>>("kept");
-        QTest::newRow("not JSON") << QByteArray("\x00\xff[{", 4) << QList<NotificationRequest>();
-        QTest::newRow("cut short") << QByteArray(R"([{"identifier":"A","title":"t",)") << QList<NotificationRequest>();
-        QTest::newRow("not a list") << QByteArray(R"({"identifier":"A"})") << QList<NotificationRequest>();
         // Each bad entry breaks one thing in a good one.
         const QByteArray good = R"({"identifier":"A","title":"t","body":"b","sound":"",)"
                                 R"("trigger":{"year":2024,"month":7,"day":1,"hour":9,"minute":0}})";
         const auto bad = [&](const char *from, const char *to) { return "," + QByteArray(good).replace(from, to); };
-        QTest::newRow("some entries bad") << "[" + good + bad("\"A\"", "\"\"") + bad("\"t\"", "7") + bad(":7,", ":13,")
-                                                 + bad(":0}", ":0.5}") + bad("\"trigger\"", "\"when\"") + ",42]"
-                                          << QList<NotificationRequest>{{"A", "t", "b", "", {2024, 7, 1, 9, 0}}};
-    }
-
-    void unreadableFilesAreMovedAsideKeepingWhatCanBeRead()
-    {
-        QFETCH(QByteArray, content);
-        QFETCH(QList<NotificationRequest>, kept);
-        // A copy set aside earlier is never overwritten.
-        QVERIFY(write(path() + ".corrupt", "earlier") && write(path(), content));
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("could not be read in full"));
-        auto center = makeCenter();
-        QCOMPARE(center->pendingRequests(), kept);
-        for (const auto &[suffix, expected] : {std::pair{".corrupt", QByteArray("earlier")}, {".corrupt.2", content}}) {
-            QFile aside(path() + suffix);
-            QVERIFY(aside.open(QIODevice::ReadOnly));
-            QCOMPARE(aside.readAll(), expected);
+        using Requests = QList<NotificationRequest>;
+        for (const auto &[content, kept] : {std::pair{QByteArray("\x00\xff[{", 4), Requests()}, // not JSON
+                                            {QByteArray(R"([{"identifier":"A","title":"t",)"), Requests()}, // cut short
+                                            {QByteArray(R"({"identifier":"A"})"), Requests()}, // not a list
+                                            {"[" + good + bad("\"A\"", "\"\"") + bad("\"t\"", "7") + bad(":7,", ":13,")
+                                                 + bad(":0}", ":0.5}") + bad("\"trigger\"", "\"when\"") + ",42]",
+                                             Requests{{"A", "t", "b", "", {2024, 7, 1, 9, 0}}}}}) {
+            m_folder.emplace();
+            // A copy set aside earlier is never overwritten.
+            QVERIFY(write(path() + ".corrupt", "earlier") && write(path(), content));
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("could not be read in full"));
+            auto center = makeCenter();
+            QCOMPARE(center->pendingRequests(), kept);
+            for (const auto &[suffix, expected] : {std::pair{".corrupt", QByteArray("earlier")}, {".corrupt.2", content}}) {
+                QFile aside(path() + suffix);
+                QVERIFY(aside.open(QIODevice::ReadOnly));
+                QCOMPARE(aside.readAll(), expected);
+            }
+            // What was kept was written back cleanly: the next start reads it without a fuss.
+            center.reset();
+            QCOMPARE(makeCenter()->pendingRequests(), kept);
+            QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files).size(), 3);
         }
-        // What was kept was written back cleanly: the next start reads it without a fuss.
-        center.reset();
-        QCOMPARE(makeCenter()->pendingRequests(), kept);
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files).size(), 3);
     }
 
     // With no server, permission is not granted and the reminder waits; a server
