@@ -1,5 +1,4 @@
 #include "AppSettings.h"
-#include "FakeCloudProbes.h"
 #include "FikranestApp.h"
 #include "MenuBarExtra.h"
 #include "SingleInstance.h"
@@ -55,7 +54,7 @@ private slots:
     void aLaterBackgroundLaunchLeavesTheWindowAlone()
     {
         AppSettings::instance().setHasCompletedOnboarding(true);
-        app = std::make_unique<FikranestApp>(std::make_unique<FakeCloudProbes>(folders.path()));
+        app = std::make_unique<FikranestApp>(std::make_unique<LocalCloudProbes>(folders.path() + "/shell.sqlite"));
         QVERIFY(app->start(true));
         QVERIFY(app->handle(CommandLine::parse({"fikranest", "--background"})));
         QVERIFY(!app->mainWindow());
