@@ -1,5 +1,4 @@
 #include "AppSettings.h"
-#include "FakeCloudProbes.h"
 #include "FikranestApp.h"
 #include "MenuBarExtra.h"
 #include "SingleInstance.h"
@@ -7,9 +6,7 @@
 #include "TestFolders.h"
 
 #include <QApplication>
-#include <QQuickItem>
 #include <QRawFont>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTextLayout>
 #include <QtTest>
@@ -22,22 +19,6 @@ class TestShell : public QObject
 
     TestFolders folders;
     std::unique_ptr<FikranestApp> app;
-    FakeCloudProbes *probes = nullptr;
-
-    // Onboarded, so no first-run window turns up on its own.
-    void startApp(bool background)
-    {
-        AppSettings::instance().setHasCompletedOnboarding(true);
-        auto fake = std::make_unique<FakeCloudProbes>(folders.path());
-        probes = fake.get();
-        app = std::make_unique<FikranestApp>(std::move(fake));
-        QVERIFY(app->start(background));
-    }
-
-    static QQuickItem *contentView(QQuickWindow *window)
-    {
-        return window->findChild<QQuickItem *>("contentView");
-    }
 
     // Claims from another thread, as a second process would, while this thread's event
     // loop lets the running instance answer.
@@ -68,65 +49,29 @@ private slots:
         QCOMPARE(QGuiApplication::layoutDirection(), Qt::RightToLeft);
     }
 
-    void thereIsOnlyEverOneMainWindow()
+    // Onboarded and in the background; a later launch asking for the background too,
+    // as the login entry does, leaves the window alone.
+    void aLaterBackgroundLaunchLeavesTheWindowAlone()
     {
-        startApp(false);
-        QQuickWindow *window = app->mainWindow();
-        QVERIFY(window && window->isVisible());
-        QTRY_VERIFY(contentView(window));
-        QQuickItem *firstContent = contentView(window);
-        app->openWindow("main");
-        QCOMPARE(contentView(window), firstContent);
-
-        // Closing only hides; reopening shows the same window with fresh content.
-        window->close();
-        QVERIFY(!window->isVisible());
-        QTRY_VERIFY(!contentView(window));
-        app->openWindow("main");
-        QCOMPARE(app->mainWindow(), window);
-        QVERIFY(window->isVisible());
-        QTRY_VERIFY(contentView(window));
-    }
-
-    void inTheBackgroundTheTrayAccountAndLaterLaunchesAreServed()
-    {
-        startApp(true);
-        // The tray's panel is a frameless tool it toggles.
-        QQuickWindow *panel = app->menuBarExtra()->panel();
-        QVERIFY(panel->flags().testFlag(Qt::FramelessWindowHint) && !panel->isVisible());
-        app->menuBarExtra()->togglePanel();
-        QVERIFY(panel->isVisible());
-        app->menuBarExtra()->togglePanel();
-        QVERIFY(!panel->isVisible());
-
-        probes->entitlement = QStringList{"CloudKit"};
-        probes->token = QByteArray("someone");
-        emit probes->identityChanged();
-        QVERIFY(app->syncStatus()->isCloudKit());
-
-        // A later launch that asks for the background too leaves the window alone.
+        AppSettings::instance().setHasCompletedOnboarding(true);
+        app = std::make_unique<FikranestApp>(std::make_unique<LocalCloudProbes>(folders.path() + "/shell.sqlite"));
+        QVERIFY(app->start(true));
         QVERIFY(app->handle(CommandLine::parse({"fikranest", "--background"})));
         QVERIFY(!app->mainWindow());
     }
 
-    void panelPlacement_data()
-    {
-        QTest::addColumn<QRect>("icon");
-        QTest::addColumn<QPoint>("cursor");
-        QTest::addColumn<QPoint>("expected");
-        QTest::newRow("under an icon at the top") << QRect(1000, 0, 32, 32) << QPoint() << QPoint(875, 32);
-        QTest::newRow("over an icon at the bottom") << QRect(600, 768, 32, 32) << QPoint() << QPoint(475, 368);
-        QTest::newRow("kept inside the right edge") << QRect(1248, 0, 32, 32) << QPoint() << QPoint(1000, 32);
-        QTest::newRow("kept inside the left edge") << QRect(0, 0, 32, 32) << QPoint() << QPoint(0, 32);
-        QTest::newRow("no icon geometry: at the cursor") << QRect() << QPoint(640, 100) << QPoint(500, 100);
-        QTest::newRow("at the cursor, inside the screen") << QRect() << QPoint(1270, 790) << QPoint(1000, 400);
-    }
-
     void panelPlacement()
     {
-        QFETCH(QRect, icon);
-        QFETCH(QPoint, cursor);
-        QTEST(MenuBarExtra::panelPosition(icon, QSize(280, 400), QRect(0, 0, 1280, 800), cursor), "expected");
+        const QSize panel(280, 400);
+        const QRect screen(0, 0, 1280, 800);
+        for (const auto &[icon, cursor, expected] : {std::tuple{QRect(1000, 0, 32, 32), QPoint(), QPoint(875, 32)}, // under a top icon
+                                                     {QRect(600, 768, 32, 32), QPoint(), QPoint(475, 368)}, // over a bottom icon
+                                                     {QRect(1248, 0, 32, 32), QPoint(), QPoint(1000, 32)}, // inside the right edge
+                                                     {QRect(0, 0, 32, 32), QPoint(), QPoint(0, 32)}, // inside the left edge
+                                                     // No icon geometry: at the cursor, inside the screen.
+                                                     {QRect(), QPoint(640, 100), QPoint(500, 100)},
+                                                     {QRect(), QPoint(1270, 790), QPoint(1000, 400)}})
+            QCOMPARE(MenuBarExtra::panelPosition(icon, panel, screen, cursor), expected);
     }
 
     // Each symbol must be the icon we meant: the glyph its Material name shapes to.

@@ -6,7 +6,6 @@
 #include "TestFolders.h"
 #include "VoskSpeechEngine.h"
 
-#include <QSignalSpy>
 #include <sqlite3.h>
 #include <QtTest>
 
@@ -17,13 +16,12 @@ namespace {
 class ScriptedEngine : public SpeechEngine
 {
 public:
-    Status status = Status::ready;
     QStringList texts;
     bool endsAfterScript = false;
     std::atomic<int> utterances = 0;
     std::atomic<int> utterancesEnded = 0;
 
-    Status load() override { return status; }
+    Status load() override { return Status::ready; }
     bool beginUtterance() override
     {
         ++utterances;
@@ -48,13 +46,12 @@ private:
 class ScriptedInput : public AudioInput
 {
 public:
-    bool opens = true;
     bool started = false;
     Tap tap;
 
     void installTap(Tap newTap) override { tap = std::move(newTap); }
     void removeTap() override { tap = nullptr; }
-    bool start() override { return started = opens; }
+    bool start() override { return started = true; }
     void stop() override { started = false; }
     void speak(qint16 loudness)
     {
@@ -70,13 +67,6 @@ struct Dictation
     SpeechRecognizer recognizer{std::unique_ptr<SpeechEngine>(engine)};
     ScriptedInput *input = new ScriptedInput;
     AudioRecorder recorder{&recognizer, std::unique_ptr<AudioInput>(input)};
-
-    bool permitted()
-    {
-        std::optional<bool> answer;
-        recorder.requestPermissions([&](bool granted) { answer = granted; });
-        return QTest::qWaitFor([&] { return answer.has_value(); }) && *answer;
-    }
 };
 
 } // namespace
@@ -101,54 +91,16 @@ private slots:
         model.emplace(store.get(), &notifications);
     }
 
-    // Spaces and tabs of any kind go from the ends; a title of nothing else is not saved.
-    void savesTheTitleTrimmedOfSpacesOnly_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("stored");
-        QTest::newRow("spaces and tabs") << " \t فكرة \t " << "فكرة";
-        QTest::newRow("inner spaces stay") << "  اشتر  حليب " << "اشتر  حليب";
-        QTest::newRow("no-break and ideographic spaces") << "\u00A0\u3000فكرة\u2009" << "فكرة";
-        QTest::newRow("line breaks stay") << "\n فكرة \n" << "\n فكرة \n";
-        QTest::newRow("only newlines") << "\n\n" << "\n\n";
-        QTest::newRow("only blanks") << " \t \u00A0" << "";
-    }
-
-    void savesTheTitleTrimmedOfSpacesOnly()
-    {
-        QFETCH(QString, typed);
-        QFETCH(QString, stored);
-        model->setTitle(typed);
-        QCOMPARE(model->canSave(), !stored.isEmpty());
-        QCOMPARE(model->save(), !stored.isEmpty());
-        const QList<Idea> ideas = store->allIdeas();
-        QCOMPARE(ideas.isEmpty() ? QString() : ideas.first().title, stored);
-        QVERIFY(ideas.isEmpty() || !ideas.first().reminderDate);
-        QVERIFY(notifications.requests.isEmpty());
-    }
-
-    void dictationIsJoinedWithOneSpace()
-    {
-        model->setTitle("مكتوب");
-        model->recorder()->setTranscribedText("منطوق");
-        model->useTranscribedText();
-        QCOMPARE(model->title(), "مكتوب منطوق");
-        QCOMPARE(model->recorder()->transcribedText(), "");
-    }
-
-    // The fields stored and the reminder asked for are followed through the whole program.
+    // There is no eighth; dictation not taken stays out of the title.
     void tappingTheChosenReminderAgainClearsIt()
     {
         model->setTitle("موعد الأسنان");
-        // There is no eighth.
-        QSignalSpy changed(&*model, &CaptureSheetModel::selectedReminderChanged);
         QList<int> chosen;
         for (const int tapped : {2, 4, 4, 7, 0}) {
             model->tapReminder(tapped);
             chosen << model->selectedReminder();
         }
         QCOMPARE(chosen, (QList<int>{2, 4, -1, -1, 0}));
-        QCOMPARE(changed.size(), 4);
         model->recorder()->setTranscribedText("نص لم يستخدم");
         QVERIFY(model->save());
         QCOMPARE(store->allIdeas().first().title, "موعد الأسنان");
@@ -170,34 +122,13 @@ private slots:
         QVERIFY(notifications.requests.isEmpty());
     }
 
-    // The sheet's recorder, on a scripted engine.
-    void aRecordingThatCannotStartSaysWhyAndChangesNothing()
-    {
-        Dictation absent;
-        absent.engine->status = SpeechEngine::Status::absent;
-        QVERIFY(!absent.permitted());
-        Dictation unavailable;
-        unavailable.engine->status = SpeechEngine::Status::unavailable;
-        QVERIFY(unavailable.permitted());
-        Dictation noMicrophone;
-        noMicrophone.input->opens = false;
-        QVERIFY(noMicrophone.permitted());
-        for (const auto &[dictation, message] : {std::pair{&absent, QString("التعرف على الكلام غير متوفر")},
-                                                 {&unavailable, "التعرف على الكلام غير متوفر"},
-                                                 {&noMicrophone, "خطأ في تشغيل التسجيل"}}) {
-            dictation->recorder.setTranscribedText("قديم");
-            dictation->recorder.startRecording();
-            QCOMPARE(dictation->recorder.errorMessage(), message);
-            QVERIFY(!dictation->recorder.isRecording());
-            QCOMPARE(dictation->recorder.transcribedText(), dictation == &noMicrophone ? "" : "قديم");
-        }
-    }
-
     void partialResultsReplaceEachOtherUntilTheRecognitionEnds()
     {
         Dictation dictation;
         AudioRecorder &recorder = dictation.recorder;
-        QVERIFY(dictation.permitted());
+        std::optional<bool> granted;
+        recorder.requestPermissions([&](bool answer) { granted = answer; });
+        QTRY_VERIFY(granted.value_or(false));
         dictation.engine->texts = {"أول"};
         recorder.startRecording();
         dictation.input->speak(0);
@@ -220,11 +151,6 @@ private slots:
         QCOMPARE(recorder.transcribedText(), "ثاني وثالث");
         QVERIFY(!dictation.input->started && !dictation.input->tap);
         QCOMPARE(recorder.audioLevel(), 0.0f);
-
-        QSignalSpy recording(&recorder, &AudioRecorder::isRecordingChanged);
-        recorder.stopRecording();
-        QCOMPARE(recording.size(), 0);
-        QCOMPARE(recorder.transcribedText(), "ثاني وثالث");
     }
 
     void theVoskEngineIsAbsentWithoutItsLibraryOrAWholeModel()

@@ -1,5 +1,4 @@
 #include "Idea.h"
-#include "Vocabulary.h"
 
 #include <QSet>
 #include <QtTest>
@@ -28,13 +27,17 @@ private slots:
         QCOMPARE((QSet<Idea>{first, copy, second}).size(), 2);
     }
 
-    void vocabularies()
+    // Titles typed in the sheet, the panel or at the command line, and names at the first run.
+    void trimsSpacesAndTabsButNotLineBreaks()
     {
-        // Completing toggles: only "done" reopens.
-        const QList<std::pair<QString, QString>> toggles = {
-            {"done", "active"}, {"active", "done"}, {"archived", "done"}, {"Done", "done"}};
-        for (const auto &[status, toggled] : toggles)
-            QCOMPARE(Vocabulary::toggledStatus(status), toggled);
+        for (const auto &[typed, kept] : {std::pair{" \t فكرة \t ", "فكرة"},
+                                          {"  اشتر  حليب ", "اشتر  حليب"},
+                                          {"\u00A0\u3000فكرة\u2009", "فكرة"}, // no-break and ideographic spaces
+                                          {"\n فكرة \n", "\n فكرة \n"},
+                                          {" سارة\n", "سارة\n"},
+                                          {"\n\n", "\n\n"},
+                                          {" \t \u00A0", ""}})
+            QCOMPARE(Idea::trimmedTitle(typed), kept);
     }
 };
 

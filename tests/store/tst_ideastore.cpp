@@ -28,18 +28,13 @@ struct RawDb
     QList<QStringList> rows(const char *sql) const
     {
         QList<QStringList> result;
-        sqlite3_stmt *statement = nullptr;
-        if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
-            return result;
-        while (sqlite3_step(statement) == SQLITE_ROW) {
+        sqlite3_exec(db, sql, [](void *out, int count, char **values, char **) {
             QStringList row;
-            for (int column = 0; column < sqlite3_column_count(statement); ++column)
-                row << (sqlite3_column_type(statement, column) == SQLITE_NULL
-                            ? QStringLiteral("NULL")
-                            : QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, column))));
-            result << row;
-        }
-        sqlite3_finalize(statement);
+            for (int column = 0; column < count; ++column)
+                row << (values[column] ? QString::fromUtf8(values[column]) : QStringLiteral("NULL"));
+            static_cast<QList<QStringList> *>(out)->append(row);
+            return 0;
+        }, &result, nullptr);
         return result;
     }
     void exec(const char *sql) const { QCOMPARE(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK); }
@@ -105,27 +100,14 @@ private slots:
 
     void fieldsAreStoredInTheirDocumentedForm()
     {
-        const QDateTime reminder = at(1'700'000'600'000);
-        Idea idea = Idea::make("موعد 🦷", "عند الدكتور\nالساعة ٤", "مهمة", true, reminder, true, at(now));
-        QVERIFY(store->insert(idea));
+        Idea idea = Idea::make("موعد 🦷", "عند الدكتور\nالساعة ٤", "مهمة", true, at(1'700'000'600'000), true, at(now));
         Idea plain = Idea::make("بدون موعد", "", "ملاحظة", false, std::nullopt, false, at(now + 1));
-        QVERIFY(store->insert(plain));
-
-        const RawDb raw(path);
-        const QList<QStringList> rows = raw.rows("SELECT * FROM Idea ORDER BY rowid");
-        QCOMPARE(rows.size(), 2);
-        QCOMPARE(rows[0], QStringList({idea.id.toString(QUuid::WithoutBraces).toUpper(), "موعد 🦷",
-                                       "عند الدكتور\nالساعة ٤", "مهمة", "active", "1", "1700000600000", "1",
-                                       "1700000000000", "1700000000000"}));
-        QCOMPARE(rows[1].at(5), "0");
-        QCOMPARE(rows[1].at(6), "NULL");
-
-        const std::optional<Idea> back = store->find(idea.recordId(), idea.id);
-        QVERIFY(back && *back == idea);
-        QCOMPARE(std::tie(back->id, back->title, back->body, back->reminderDate, back->createdAt),
-                 std::tie(idea.id, idea.title, idea.body, idea.reminderDate, idea.createdAt));
-        QVERIFY(!store->find(plain.recordId(), plain.id)->reminderDate);
-        QVERIFY(!store->find(plain.recordId(), idea.id));
+        QVERIFY(store->insert(idea) && store->insert(plain));
+        const QList<QStringList> rows = RawDb(path).rows("SELECT * FROM Idea ORDER BY rowid");
+        QCOMPARE(rows.value(0), QStringList({idea.id.toString(QUuid::WithoutBraces).toUpper(), "موعد 🦷",
+                                             "عند الدكتور\nالساعة ٤", "مهمة", "active", "1", "1700000600000", "1",
+                                             "1700000000000", "1700000000000"}));
+        QCOMPARE(rows.value(1).mid(5, 2), QStringList({"0", "NULL"}));
 
         // Closed while another connection is open, so SQLite's own checkpoint on close cannot run.
         store.reset();
@@ -145,30 +127,22 @@ private slots:
         QCOMPARE(titles(store->page({"done", {}, false}, std::nullopt, 100)), QStringList({"d"}));
     }
 
-    void writesAnnounceThemselvesAndNeverLandOnAnotherRecord()
+    // SQLite hands a deleted record's row to the next; a stale copy must not reach it.
+    void writesNeverLandOnAnotherRecord()
     {
-        QSignalSpy inserted(store.get(), &IdeaStore::inserted);
-        QSignalSpy updated(store.get(), &IdeaStore::updated);
-        QSignalSpy removed(store.get(), &IdeaStore::removed);
-
         add("A", 1000);
         Idea b = add("B", 2000);
-        QCOMPARE(inserted.size(), 2);
-        QCOMPARE(inserted.last().first().value<Idea>().recordId(), b.recordId());
         b.title = "B2";
         QCOMPARE(store->update(b), IdeaStore::Write::done);
         QCOMPARE(store->find(b.recordId(), b.id)->title, "B2");
         QCOMPARE(store->remove(b), IdeaStore::Write::done);
 
-        // SQLite hands B's row to C; the stale copy of B must not overwrite it.
         const Idea c = add("C", 3000);
         QCOMPARE(c.recordId(), b.recordId());
         b.title = "stale";
         QCOMPARE(store->update(b), IdeaStore::Write::gone);
         QCOMPARE(store->remove(b), IdeaStore::Write::gone);
         QCOMPARE(titles(store->allIdeas()), QStringList({"C", "A"}));
-        QCOMPARE(updated.size(), 1);
-        QCOMPARE(removed.size(), 1);
     }
 
     // Reopened after a write the full disk refused, the store has lost nothing, and is

@@ -2,8 +2,8 @@ import QtQuick
 import QtTest
 import Fikranest
 
-// Where chips go is the pure arrangement's table; here only what the item adds: real
-// child sizes, mirroring, and laying out again when its children change.
+// Where chips go at the edges of a line, and again as the children change, mirrored
+// for right to left.
 Item {
     id: root
     width: 400
@@ -36,7 +36,20 @@ Item {
         function positions(items) { return items.map(chip => [chip.x, chip.y]) }
 
         function test_followsItsChildren() {
-            const flow = settled(createTemporaryObject(chipsComponent, root, { width: 100 }))
+            const flow = settled(createTemporaryObject(chipsComponent, root, { width: 136 }))
+            // The right edge exactly at the width stays; one point over breaks, below the taller chip.
+            compare(positions(flow.chips), [[0, 0], [48, 0], [96, 0]])
+            compare(flow.implicitWidth, 136)
+            flow.width = 135
+            settled(flow)
+            compare(positions(flow.chips), [[0, 0], [48, 0], [0, 38]])
+            compare(flow.implicitHeight, 58)
+            // Too wide for any line: alone on its own, overflowing.
+            flow.width = 100
+            flow.chips[1].implicitWidth = 150
+            settled(flow)
+            compare(positions(flow.chips), [[0, 0], [0, 28], [0, 66]])
+            flow.chips[1].implicitWidth = 40
             flow.chips[0].implicitWidth = 60
             settled(flow)
             compare(flow.chips[0].width, 60)
