@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Fails when a source file uses a name from a floor above its own, or from a sibling
-folder on its own floor: C++ by its #include lines, QML by the types it names.
+folder on its own floor: C++ by its #include lines, QML by the types it names, both by
+the QML files they load by name.
 
 check_floors.py SRC           checks the tree
 check_floors.py --prove SRC   also plants an upward use of each kind in a copy of the
@@ -16,6 +17,8 @@ LEVEL = {folder: level for level, group in enumerate(FLOORS) for folder in group
 STRING = re.compile(r'"(?:\\.|[^"\\])*"')
 COMMENT = re.compile(r"//.*")
 QML_USE = re.compile(r"\b([A-Z]\w*)\s*(?:\{|\.)")
+# A view named by its file, loaded only when it is shown.
+QML_FILE = re.compile(r'"(?:qrc:/Fikranest/)?([A-Z]\w*)\.qml"')
 REGISTERED = re.compile(r"class\s+(\w+)\s*(?:final\s*)?:[^{]*\{[^}]*?\bQML_(?:ELEMENT|SINGLETON)\b", re.S)
 
 
@@ -52,21 +55,27 @@ def check(src):
     for folder in LEVEL:
         for path in files(src, folder, (".h", ".cpp")):
             with open(path, encoding="utf-8") as f:
-                for name in re.findall(r'^#include "([^"]+)"', f.read(), re.M):
-                    judge(path, folder, "includes", name, headers.get(name))
+                text = f.read()
+            for name in re.findall(r'^#include "([^"]+)"', text, re.M):
+                judge(path, folder, "includes", name, headers.get(name))
+            for name in sorted(set(QML_FILE.findall(text))):
+                judge(path, folder, "loads", name, types.get(name))
         for path in files(src, folder, (".qml",)):
             with open(path, encoding="utf-8") as f:
-                text = COMMENT.sub("", STRING.sub('""', f.read()))
-            for name in sorted(set(QML_USE.findall(text))):
+                text = f.read()
+            for name in sorted(set(QML_FILE.findall(text))):
+                judge(path, folder, "loads", name, types.get(name))
+            for name in sorted(set(QML_USE.findall(COMMENT.sub("", STRING.sub('""', text))))):
                 judge(path, folder, "uses", name, types.get(name))
     return faults
 
 
 def prove(src):
-    """Each plant must be caught: a QML type from above, a QML sibling, an include from above."""
+    """Each plant must be caught: a QML type from above, a QML sibling, a sibling's file, an include from above."""
     plants = [("browse/IdeaCard.qml", "\nItem { SettingsView {} }\n", "uses settings/SettingsView"),
               ("menubar/MenuBarView.qml", "\nItem { Component.onCompleted: IdeasListView.x }\n",
                "uses browse/IdeasListView"),
+              ("browse/IdeaCard.qml", '\nLoader { source: "CaptureSheet.qml" }\n', "loads capture/CaptureSheet"),
               ("store/IdeaStore.cpp", '\n#include "IdeaActions.h"\n', "includes actions/IdeaActions.h")]
     ok = True
     for path, addition, expected in plants:
