@@ -9,6 +9,7 @@
 #include "MenuBarExtra.h"
 #include "AppPalette.h"
 #include "Symbols.h"
+#include "UpdaterLibrary.h"
 
 #include <QCoreApplication>
 #include <QFont>
@@ -99,6 +100,8 @@ bool FikranestApp::start(bool background)
 
     m_engine = std::make_unique<QQmlEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/"));
+    connect(&AppEvents::instance(), &AppEvents::updateCheckRequested, this,
+            [this] { UpdaterLibrary::checkForUpdates(*m_engine); });
     m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
     m_menuBar->create();
     // On a first run the panel is the one that hears the call to open the window.

@@ -223,7 +223,7 @@ Pane {
                 Accessible.name: text
                 font.pixelSize: 12
                 onClicked: {
-                    UpdaterManager.checkForUpdates()
+                    AppEvents.checkForUpdates()
                     panel.dismissRequested()
                 }
                 contentItem: Label {

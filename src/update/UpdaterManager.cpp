@@ -1,8 +1,8 @@
 #include "UpdaterManager.h"
 
-#include "AppVersion.h"
 #include "FileManager.h"
 #include "ReleaseNotes.h"
+#include "UpdateCheck.h"
 #include "UpdateSignature.h"
 #include "VersionOrder.h"
 
@@ -62,9 +62,12 @@ UpdaterManager::~UpdaterManager()
 UpdaterManager *UpdaterManager::shared(QQmlEngine *engine)
 {
     // Never released: a check may still be answering while the program winds down.
-    static UpdaterManager *const instance =
-        new UpdaterManager(defaultFeedUrl(), AppVersion::shortVersionString().value_or(QStringLiteral("1.1")),
-                           QByteArrayLiteral(FIKRANEST_UPDATE_PUBLIC_KEY));
+    static UpdaterManager *const instance = [] {
+        // A broken install may lack its version text.
+        const QString version = QCoreApplication::applicationVersion();
+        return new UpdaterManager(defaultFeedUrl(), version.isEmpty() ? QStringLiteral("1.1") : version,
+                                  QByteArrayLiteral(FIKRANEST_UPDATE_PUBLIC_KEY));
+    }();
     if (!instance->m_engine)
         instance->m_engine = engine;
     return instance;
@@ -366,7 +369,7 @@ void UpdaterManager::setState(State state)
 void UpdaterManager::showWindow()
 {
     if (!m_window && m_engine) {
-        QQmlComponent component(m_engine, QUrl(QStringLiteral("qrc:/Fikranest/UpdaterWindow.qml")));
+        QQmlComponent component(m_engine, QUrl(QStringLiteral("qrc:/Fikranest/Update/UpdaterWindow.qml")));
         m_window = qobject_cast<QQuickWindow *>(component.create());
         if (!m_window) {
             qWarning("%s", qPrintable(component.errorString()));
@@ -389,4 +392,9 @@ void UpdaterManager::showWindow()
     m_window->show();
     m_window->raise();
     m_window->requestActivate();
+}
+
+extern "C" Q_DECL_EXPORT void fikranest_check_for_updates(QQmlEngine *engine)
+{
+    UpdaterManager::shared(engine)->checkForUpdates();
 }
