@@ -24,6 +24,8 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 
+#include <utility>
+
 namespace {
 FikranestApp *sharedApp = nullptr;
 }
@@ -69,10 +71,6 @@ void FikranestApp::prepare(QGuiApplication &application)
     light.setColor(QPalette::ToolTipBase, QColor(0x1F, 0x29, 0x37));
     light.setColor(QPalette::ToolTipText, Qt::white);
     application.setPalette(light);
-    // The installed icon; run from a build, the symbol it is drawn after.
-    application.setWindowIcon(QIcon::fromTheme(
-        QStringLiteral("fikranest"),
-        Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
 }
 
 bool FikranestApp::start(bool background)
@@ -103,7 +101,6 @@ bool FikranestApp::start(bool background)
     connect(&AppEvents::instance(), &AppEvents::updateCheckRequested, this,
             [this] { UpdaterLibrary::checkForUpdates(*m_engine); });
     m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
-    m_menuBar->create();
     // On a first run the panel is the one that hears the call to open the window.
     if (!AppSettings::instance().hasCompletedOnboarding())
         m_menuBar->panel();
@@ -113,7 +110,7 @@ bool FikranestApp::start(bool background)
 
     if (!background)
         openWindow(QStringLiteral("main"));
-    startReminders();
+    afterFirstFrame();
     AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
     return true;
 }
@@ -177,18 +174,28 @@ void FikranestApp::openWindow(const QString &id)
     m_mainWindow->requestActivate();
 }
 
-void FikranestApp::startReminders()
+void FikranestApp::afterFirstFrame()
 {
     // Reminders kept from earlier, and those due while the program was closed, wait
-    // for the window's first frame: however many there are, they never delay it.
+    // for the window's first frame: however many there are, they never delay it. So do
+    // the window and tray icons, looked up in the theme or drawn from a symbol.
     // A window that is never drawn, hidden at once or covered, holds them only so long.
-    DesktopNotificationCenter *center = m_notifications.get();
-    QTimer::singleShot(m_mainWindow ? 3000 : 0, center, &DesktopNotificationCenter::start);
+    const auto start = [this] {
+        m_notifications->start();
+        if (std::exchange(m_iconsShown, true))
+            return;
+        // The installed icon; run from a build, the symbol it is drawn after.
+        QGuiApplication::setWindowIcon(QIcon::fromTheme(
+            QStringLiteral("fikranest"),
+            Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
+        m_menuBar->create();
+    };
+    QTimer::singleShot(m_mainWindow ? 3000 : 0, this, start);
     if (m_mainWindow) {
         auto once = std::make_shared<QMetaObject::Connection>();
-        *once = connect(m_mainWindow, &QQuickWindow::frameSwapped, center, [center, once] {
+        *once = connect(m_mainWindow, &QQuickWindow::frameSwapped, this, [start, once] {
             disconnect(*once);
-            center->start();
+            start();
         }, Qt::QueuedConnection);
     }
 }

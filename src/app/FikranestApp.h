@@ -54,7 +54,7 @@ public:
     Q_INVOKABLE void quit();
 
 private:
-    void startReminders();
+    void afterFirstFrame();
     void mainWindowHidden();
 
     std::unique_ptr<CloudProbes> m_probes;
@@ -65,4 +65,5 @@ private:
     std::unique_ptr<MenuBarExtra> m_menuBar;
     QPointer<QQuickWindow> m_mainWindow;
     bool m_toldHowToComeBack = false;
+    bool m_iconsShown = false;
 };
