@@ -19,17 +19,8 @@ Item {
         anchors.fill: parent
         // Covered whole by the sheet; hidden, it stays out of the screen reader's way too.
         visible: !whatsNewSheet.visible
-        sourceComponent: AppSettings.hasCompletedOnboarding ? ideasList : onboarding
-    }
-
-    Component {
-        id: ideasList
-        IdeasListView {}
-    }
-
-    Component {
-        id: onboarding
-        OnboardingView {}
+        // By file, so the view not shown is never compiled.
+        source: AppSettings.hasCompletedOnboarding ? "IdeasListView.qml" : "OnboardingView.qml"
     }
 
     SheetPopup {
@@ -38,11 +29,7 @@ Item {
         objectName: "whatsNewSheet"
         visible: contentState.showWhatsNew
         onClosed: contentState.showWhatsNew = false
-        content: Component {
-            WhatsNewView {
-                onDismissRequested: whatsNewSheet.close()
-            }
-        }
+        source: "WhatsNewView.qml"
     }
 
     Component.onCompleted: contentState.appear()

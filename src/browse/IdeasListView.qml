@@ -15,9 +15,11 @@ StackView {
     readonly property color tertiaryText: "#9CA3AF"
 
     function openDetail(recordId, ideaId) {
-        // A card still sliding out has no record behind it any more.
+        // A card still sliding out has no record behind it any more. The view is compiled
+        // when first opened, not with the list.
         if (ideaId !== undefined && stack.depth === 1)
-            stack.push(detailView, {recordId: recordId, ideaId: ideaId})
+            stack.push(Qt.resolvedUrl("IdeaDetailView.qml"), {recordId: recordId, ideaId: ideaId})
+                .dismissRequested.connect(() => stack.pop())
     }
 
     // The sheet asked for from outside (the command line), over whatever was showing.
@@ -44,13 +46,6 @@ StackView {
 
     IdeasListState {
         id: listState
-    }
-
-    Component {
-        id: detailView
-        IdeaDetailView {
-            onDismissRequested: stack.pop()
-        }
     }
 
     initialItem: Rectangle {
@@ -405,21 +400,13 @@ StackView {
         id: captureSheet
 
         objectName: "captureSheetPopup"
-        content: Component {
-            CaptureSheet {
-                onDismissRequested: captureSheet.close()
-            }
-        }
+        source: "CaptureSheet.qml"
     }
 
     SheetPopup {
         id: settingsSheet
 
         objectName: "settingsSheetPopup"
-        content: Component {
-            SettingsView {
-                onDismissRequested: settingsSheet.close()
-            }
-        }
+        source: "SettingsView.qml"
     }
 }

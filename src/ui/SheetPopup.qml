@@ -6,7 +6,9 @@ import QtQuick.Controls
 Popup {
     id: sheet
 
-    property Component content
+    // The content's file, compiled when the sheet first opens rather than with the view
+    // that holds it. The content closes the sheet with its dismissRequested().
+    property url source
 
     parent: Overlay.overlay
     x: 0
@@ -20,10 +22,18 @@ Popup {
 
     // The overlay lies outside the window's content, so the sheet mirrors itself.
     contentItem: Loader {
+        id: loader
+
         LayoutMirroring.enabled: true
         LayoutMirroring.childrenInherit: true
         active: sheet.visible
         focus: true
-        sourceComponent: sheet.content
+        source: sheet.source
+    }
+
+    Connections {
+        target: loader.item
+        ignoreUnknownSignals: true
+        function onDismissRequested() { sheet.close() }
     }
 }
