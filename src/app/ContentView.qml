@@ -15,24 +15,27 @@ Item {
     }
 
     Loader {
+        id: content
+
         objectName: "content"
         anchors.fill: parent
         // Covered whole by the sheet; hidden, it stays out of the screen reader's way too.
         visible: !whatsNewSheet.visible
-        sourceComponent: AppSettings.hasCompletedOnboarding ? ideasList : onboarding
-    }
-
-    Component {
-        id: ideasList
-        IdeasListView {
-            captureSheetContent: Component { CaptureSheet {} }
-            settingsSheetContent: Component { SettingsView {} }
+        // By file, so the view not shown is never compiled. The list is handed the other
+        // screens it opens, which only the window names.
+        function show() {
+            if (AppSettings.hasCompletedOnboarding)
+                setSource("IdeasListView.qml", {captureSheetSource: Qt.resolvedUrl("CaptureSheet.qml"),
+                                                settingsSheetSource: Qt.resolvedUrl("SettingsView.qml")})
+            else
+                setSource("OnboardingView.qml")
         }
-    }
+        Component.onCompleted: show()
 
-    Component {
-        id: onboarding
-        OnboardingView {}
+        Connections {
+            target: AppSettings
+            function onHasCompletedOnboardingChanged() { content.show() }
+        }
     }
 
     SheetPopup {
@@ -41,9 +44,7 @@ Item {
         objectName: "whatsNewSheet"
         visible: contentState.showWhatsNew
         onClosed: contentState.showWhatsNew = false
-        content: Component {
-            WhatsNewView {}
-        }
+        source: "WhatsNewView.qml"
     }
 
     Component.onCompleted: contentState.appear()

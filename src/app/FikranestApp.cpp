@@ -12,6 +12,7 @@
 #include "MenuBarExtra.h"
 #include "AppPalette.h"
 #include "Symbols.h"
+#include "UpdaterLibrary.h"
 
 #include <QCoreApplication>
 #include <QFont>
@@ -23,6 +24,8 @@
 #include <QQuickWindow>
 #include <QSystemTrayIcon>
 #include <QTimer>
+
+#include <utility>
 
 FikranestApp::FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent)
     : QObject(parent), m_probes(std::move(probes))
@@ -63,10 +66,6 @@ void FikranestApp::prepare(QGuiApplication &application)
     light.setColor(QPalette::ToolTipBase, QColor(0x1F, 0x29, 0x37));
     light.setColor(QPalette::ToolTipText, Qt::white);
     application.setPalette(light);
-    // The installed icon; run from a build, the symbol it is drawn after.
-    application.setWindowIcon(QIcon::fromTheme(
-        QStringLiteral("fikranest"),
-        Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
 }
 
 bool FikranestApp::start(bool background)
@@ -97,8 +96,9 @@ bool FikranestApp::start(bool background)
     connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(), &QCoreApplication::quit,
             Qt::QueuedConnection);
     connect(&AppEvents::instance(), &AppEvents::windowRequested, this, &FikranestApp::openWindow);
+    connect(&AppEvents::instance(), &AppEvents::updateCheckRequested, this,
+            [this] { UpdaterLibrary::checkForUpdates(*m_engine); });
     m_menuBar = std::make_unique<MenuBarExtra>(*m_engine);
-    m_menuBar->create();
     // On a first run the panel is the one that hears the call to open the window.
     if (!AppSettings::instance().hasCompletedOnboarding())
         m_menuBar->panel();
@@ -108,7 +108,7 @@ bool FikranestApp::start(bool background)
 
     if (!background)
         openWindow(QStringLiteral("main"));
-    startReminders();
+    afterFirstFrame();
     AppDelegate::applicationDidFinishLaunching(AppSettings::instance(), AppEvents::instance());
     return true;
 }
@@ -157,18 +157,28 @@ void FikranestApp::openWindow(const QString &id)
     AppWindow::present(*m_mainWindow);
 }
 
-void FikranestApp::startReminders()
+void FikranestApp::afterFirstFrame()
 {
     // Reminders kept from earlier, and those due while the program was closed, wait
-    // for the window's first frame: however many there are, they never delay it.
+    // for the window's first frame: however many there are, they never delay it. So do
+    // the window and tray icons, looked up in the theme or drawn from a symbol.
     // A window that is never drawn, hidden at once or covered, holds them only so long.
-    DesktopNotificationCenter *center = m_notifications.get();
-    QTimer::singleShot(m_mainWindow ? 3000 : 0, center, &DesktopNotificationCenter::start);
+    const auto start = [this] {
+        m_notifications->start();
+        if (std::exchange(m_iconsShown, true))
+            return;
+        // The installed icon; run from a build, the symbol it is drawn after.
+        QGuiApplication::setWindowIcon(QIcon::fromTheme(
+            QStringLiteral("fikranest"),
+            Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
+        m_menuBar->create();
+    };
+    QTimer::singleShot(m_mainWindow ? 3000 : 0, this, start);
     if (m_mainWindow) {
         auto once = std::make_shared<QMetaObject::Connection>();
-        *once = connect(m_mainWindow, &QQuickWindow::frameSwapped, center, [center, once] {
+        *once = connect(m_mainWindow, &QQuickWindow::frameSwapped, this, [start, once] {
             disconnect(*once);
-            center->start();
+            start();
         }, Qt::QueuedConnection);
     }
 }

@@ -47,7 +47,7 @@ public:
     void openWindow(const QString &id);
 
 private:
-    void startReminders();
+    void afterFirstFrame();
     void mainWindowHidden();
 
     std::unique_ptr<CloudProbes> m_probes;
@@ -58,4 +58,5 @@ private:
     std::unique_ptr<MenuBarExtra> m_menuBar;
     QPointer<QQuickWindow> m_mainWindow;
     bool m_toldHowToComeBack = false;
+    bool m_iconsShown = false;
 };

@@ -1,14 +1,18 @@
 #pragma once
 
 #include <QDeadlineTimer>
-#include <QLocalServer>
 #include <QLockFile>
 #include <QObject>
 #include <QStringList>
 
 #include <functional>
+#include <memory>
+#include <optional>
 
-// One process per user: a later launch hands its arguments to the running one.
+class QSocketNotifier;
+
+// One process per user: a later launch hands its arguments to the running one, over a
+// Unix socket beside the lock.
 class SingleInstance : public QObject
 {
     Q_OBJECT
@@ -24,6 +28,8 @@ public:
 
     // `folder` holds the lock and the socket; the user's runtime folder by default.
     explicit SingleInstance(const QString &folder = {}, QObject *parent = nullptr);
+    // Removes the socket, then lets go of the lock.
+    ~SingleInstance() override;
 
     // With `serve` false the winner only holds the lock, as a launch that stores one
     // idea and exits does: later launches wait for it to finish rather than hand their
@@ -38,11 +44,15 @@ private:
     enum class Answer { none, done, refused, silent };
 
     Answer handOver(const QStringList &arguments, const QDeadlineTimer &deadline);
+    bool listen();
     void accept();
+    // The answer to one later launch's message, or nothing for one that is stale or malformed.
+    std::optional<char> answer(const QByteArray &message);
 
     QString m_socketPath;
     QLockFile m_lock;
-    QLocalServer m_server;
+    int m_listener = -1;
+    std::unique_ptr<QSocketNotifier> m_listening;
     QString m_error;
     Handler m_handler;
 };

@@ -11,14 +11,16 @@ StackView {
 
     objectName: "ideasListView"
 
-    // The new-idea sheet and the settings, handed in by the window: other screens.
-    property Component captureSheetContent
-    property Component settingsSheetContent
+    // The new-idea sheet and the settings: other screens, whose files the window names.
+    property url captureSheetSource
+    property url settingsSheetSource
 
     function openDetail(recordId, ideaId) {
-        // A card still sliding out has no record behind it any more.
+        // A card still sliding out has no record behind it any more. The view is compiled
+        // when first opened, not with the list.
         if (ideaId !== undefined && stack.depth === 1)
-            stack.push(detailView, {recordId: recordId, ideaId: ideaId})
+            stack.push(Qt.resolvedUrl("IdeaDetailView.qml"), {recordId: recordId, ideaId: ideaId})
+                .dismissRequested.connect(() => stack.pop())
     }
 
     // The sheet asked for from outside (the command line), over whatever was showing.
@@ -45,13 +47,6 @@ StackView {
 
     IdeasListState {
         id: listState
-    }
-
-    Component {
-        id: detailView
-        IdeaDetailView {
-            onDismissRequested: stack.pop()
-        }
     }
 
     initialItem: Rectangle {
@@ -312,13 +307,13 @@ StackView {
         id: captureSheet
 
         objectName: "captureSheetPopup"
-        content: stack.captureSheetContent
+        source: stack.captureSheetSource
     }
 
     SheetPopup {
         id: settingsSheet
 
         objectName: "settingsSheetPopup"
-        content: stack.settingsSheetContent
+        source: stack.settingsSheetSource
     }
 }

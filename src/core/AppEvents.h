@@ -31,6 +31,7 @@ public:
     }
     // True once per request, for the list that takes it first: now, or when it appears.
     Q_INVOKABLE bool takeNewIdeaRequest() { return std::exchange(m_newIdeaWaiting, false); }
+    Q_INVOKABLE void checkForUpdates() { emit updateCheckRequested(); }
 
 signals:
     // "FikranestOpenMainWindow"
@@ -41,6 +42,8 @@ signals:
     void openIdeaRequested(qint64 recordId, const QString &ideaId);
     // The new-idea sheet asked for from outside the window (the command line).
     void newIdeaRequested();
+    // The person asked whether a newer release is out; the updater is loaded only then.
+    void updateCheckRequested();
 
 private:
     AppEvents() = default;

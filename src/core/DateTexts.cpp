@@ -10,19 +10,33 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace {
 
 constexpr qint64 msPerMinute = 60 * 1000;
 
-// What one locale needs, built once: each costs milliseconds and every visible card asks.
+// Built on its first use; null from then on when ICU could not build it.
+template <typename T>
+struct Lazy
+{
+    bool tried = false;
+    std::unique_ptr<T> value;
+};
+
+// What one locale needs, each part built on its first use: each costs milliseconds and
+// ICU data, every card shows a relative text, and only a detail view the others.
 struct Formatters
 {
-    std::unique_ptr<icu::RelativeDateTimeFormatter> relative;
-    std::unique_ptr<icu::Calendar> calendar;
-    std::unique_ptr<icu::DateFormat> reminder;
-    std::unique_ptr<icu::DateFormat> creation;
-    // The zone the calendar and the two formats are set to.
+    explicit Formatters(const icu::Locale &locale) : locale(locale) {}
+
+    icu::Locale locale;
+    Lazy<icu::RelativeDateTimeFormatter> relative;
+    Lazy<icu::Calendar> calendar;
+    Lazy<icu::DateFormat> reminder;
+    Lazy<icu::DateFormat> creation;
+    // The zone the calendar and the two formats are set to, and those built later will be.
+    std::unique_ptr<icu::TimeZone> zone;
     std::optional<QByteArray> zoneId;
     bool zoneFixed = false;
 };
@@ -63,23 +77,44 @@ Formatters &formattersFor(const QLocale &locale)
     // Per thread, so a cached formatter is never used by two at once.
     thread_local std::unordered_map<std::string, Formatters> cache;
     const icu::Locale icu = icuLocale(locale);
-    const auto [entry, added] = cache.try_emplace(icu.getName());
-    Formatters &formatters = entry->second;
-    if (!added)
-        return formatters;
+    return cache.try_emplace(icu.getName(), icu).first->second;
+}
 
-    UErrorCode status = U_ZERO_ERROR;
-    formatters.relative = std::make_unique<icu::RelativeDateTimeFormatter>(
-        icu, nullptr, UDAT_STYLE_LONG, UDISPCTX_CAPITALIZATION_NONE, status);
-    if (U_FAILURE(status))
-        formatters.relative.reset();
-    status = U_ZERO_ERROR;
-    formatters.calendar = std::make_unique<icu::GregorianCalendar>(icu, status);
-    if (U_FAILURE(status))
-        formatters.calendar.reset();
-    formatters.reminder = patternFormat(icu, u"dMMMMjmm");
-    formatters.creation = patternFormat(icu, u"yMMMMdjmm");
-    return formatters;
+icu::RelativeDateTimeFormatter *relativeFormatter(Formatters &formatters)
+{
+    if (!std::exchange(formatters.relative.tried, true)) {
+        UErrorCode status = U_ZERO_ERROR;
+        auto relative = std::make_unique<icu::RelativeDateTimeFormatter>(
+            formatters.locale, nullptr, UDAT_STYLE_LONG, UDISPCTX_CAPITALIZATION_NONE, status);
+        if (U_SUCCESS(status))
+            formatters.relative.value = std::move(relative);
+    }
+    return formatters.relative.value.get();
+}
+
+icu::Calendar *calendar(Formatters &formatters)
+{
+    if (!std::exchange(formatters.calendar.tried, true)) {
+        UErrorCode status = U_ZERO_ERROR;
+        auto calendar = std::make_unique<icu::GregorianCalendar>(formatters.locale, status);
+        if (U_SUCCESS(status)) {
+            if (formatters.zone)
+                calendar->setTimeZone(*formatters.zone);
+            formatters.calendar.value = std::move(calendar);
+        }
+    }
+    return formatters.calendar.value.get();
+}
+
+icu::DateFormat *dateFormat(Formatters &formatters, Lazy<icu::DateFormat> Formatters::*which, const char16_t *skeleton)
+{
+    Lazy<icu::DateFormat> &format = formatters.*which;
+    if (!std::exchange(format.tried, true)) {
+        format.value = patternFormat(formatters.locale, skeleton);
+        if (format.value && formatters.zone)
+            format.value->setTimeZone(*formatters.zone);
+    }
+    return format.value.get();
 }
 
 // Sets the formatters to `zone` by its id rather than leaving ICU to guess the system's.
@@ -95,12 +130,13 @@ void useZone(Formatters &formatters, const QTimeZone &zone, const QDateTime &at)
     formatters.zoneFixed = *icuZone == icu::TimeZone::getUnknown();
     if (formatters.zoneFixed)
         icuZone = std::make_unique<icu::SimpleTimeZone>(zone.offsetFromUtc(at) * 1000, icuId);
-    for (icu::DateFormat *format : {formatters.reminder.get(), formatters.creation.get()}) {
+    for (icu::DateFormat *format : {formatters.reminder.value.get(), formatters.creation.value.get()}) {
         if (format)
             format->setTimeZone(*icuZone);
     }
-    if (formatters.calendar)
-        formatters.calendar->setTimeZone(*icuZone);
+    if (formatters.calendar.value)
+        formatters.calendar.value->setTimeZone(*icuZone);
+    formatters.zone = std::move(icuZone);
 }
 
 QString fromIcu(const icu::UnicodeString &text)
@@ -113,16 +149,16 @@ QString fallback(const QDateTime &date, const QLocale &locale, const QTimeZone &
     return locale.toString(date.toTimeZone(zone), QLocale::ShortFormat);
 }
 
-QString detail(std::unique_ptr<icu::DateFormat> Formatters::*which, const QDateTime &date,
-               const QLocale &locale, const QTimeZone &zone)
+QString detail(Lazy<icu::DateFormat> Formatters::*which, const char16_t *skeleton,
+               const QDateTime &date, const QLocale &locale, const QTimeZone &zone)
 {
     if (!date.isValid())
         return {};
     Formatters &formatters = formattersFor(locale);
-    icu::DateFormat *format = (formatters.*which).get();
+    useZone(formatters, zone, date);
+    icu::DateFormat *format = dateFormat(formatters, which, skeleton);
     if (!format)
         return fallback(date, locale, zone);
-    useZone(formatters, zone, date);
     icu::UnicodeString text;
     format->format(static_cast<UDate>(date.toMSecsSinceEpoch()), text);
     return fromIcu(text);
@@ -155,9 +191,11 @@ QString DateTexts::relative(const QDateTime &date, const QDateTime &now, const Q
     if (!date.isValid() || !now.isValid())
         return {};
     Formatters &formatters = formattersFor(locale);
-    if (!formatters.relative || !formatters.calendar)
-        return fallback(date, locale, zone);
     useZone(formatters, zone, now);
+    icu::RelativeDateTimeFormatter *formatter = relativeFormatter(formatters);
+    icu::Calendar *steps = calendar(formatters);
+    if (!formatter || !steps)
+        return fallback(date, locale, zone);
 
     // The calendar steps from now to the date in the zone's own days, largest unit first;
     // the first that moves names the text. So 36 hours back is one day and twelve hours:
@@ -169,29 +207,28 @@ QString DateTexts::relative(const QDateTime &date, const QDateTime &now, const Q
         {UCAL_SECOND, UDAT_REL_UNIT_SECOND},
     };
     UErrorCode status = U_ZERO_ERROR;
-    icu::Calendar &calendar = *formatters.calendar;
-    calendar.setTime(static_cast<UDate>(now.toMSecsSinceEpoch()), status);
+    steps->setTime(static_cast<UDate>(now.toMSecsSinceEpoch()), status);
     const auto target = static_cast<UDate>(date.toMSecsSinceEpoch());
     int32_t amount = 0;
     URelativeDateTimeUnit unit = UDAT_REL_UNIT_SECOND; // all zero reads "now"
     for (const auto &[field, named] : units) {
-        amount = calendar.fieldDifference(target, field, status);
+        amount = steps->fieldDifference(target, field, status);
         if (amount != 0 || U_FAILURE(status)) {
             unit = named;
             break;
         }
     }
     icu::UnicodeString text;
-    formatters.relative->format(amount, unit, text, status);
+    formatter->format(amount, unit, text, status);
     return U_SUCCESS(status) ? fromIcu(text) : fallback(date, locale, zone);
 }
 
 QString DateTexts::reminder(const QDateTime &date, const QLocale &locale, const QTimeZone &zone)
 {
-    return detail(&Formatters::reminder, date, locale, zone);
+    return detail(&Formatters::reminder, u"dMMMMjmm", date, locale, zone);
 }
 
 QString DateTexts::creation(const QDateTime &date, const QLocale &locale, const QTimeZone &zone)
 {
-    return detail(&Formatters::creation, date, locale, zone);
+    return detail(&Formatters::creation, u"yMMMMdjmm", date, locale, zone);
 }

@@ -8,7 +8,6 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
-#include <QTimer>
 
 MenuBarExtra::MenuBarExtra(QQmlEngine &engine, QObject *parent) : QObject(parent), m_engine(engine)
 {
@@ -31,8 +30,6 @@ void MenuBarExtra::create()
         }
     });
     m_tray.show();
-    // Not on the way to the first frame, but ready before anyone reaches for it.
-    QTimer::singleShot(1000, this, [this] { panel(); });
 }
 
 QQuickWindow *MenuBarExtra::panel()

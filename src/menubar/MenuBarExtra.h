@@ -18,7 +18,7 @@ public:
     explicit MenuBarExtra(QQmlEngine &engine, QObject *parent = nullptr);
     ~MenuBarExtra() override;
 
-    // Shows the tray icon; the panel is built on first use, or once the program is idle.
+    // Shows the tray icon; the panel is built on first use.
     void create();
     // The panel, built now if it was not yet; null if it cannot be.
     QQuickWindow *panel();

@@ -220,7 +220,7 @@ Pane {
                 Accessible.name: text
                 font.pixelSize: Theme.caption
                 onClicked: {
-                    UpdaterManager.checkForUpdates()
+                    AppEvents.checkForUpdates()
                     panel.dismissRequested()
                 }
                 contentItem: Label {

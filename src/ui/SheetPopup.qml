@@ -6,7 +6,9 @@ import QtQuick.Controls
 Popup {
     id: sheet
 
-    property Component content
+    // The content's file, compiled when the sheet first opens rather than with the view
+    // that holds it. The content closes the sheet with its dismissRequested().
+    property url source
 
     parent: Overlay.overlay
     x: 0
@@ -26,13 +28,12 @@ Popup {
         LayoutMirroring.childrenInherit: true
         active: sheet.visible
         focus: true
-        sourceComponent: sheet.content
+        source: sheet.source
+    }
 
-        // Content that is done with itself says so; the sheet it sits in goes away.
-        Connections {
-            target: loader.item
-            ignoreUnknownSignals: true
-            function onDismissRequested() { sheet.close() }
-        }
+    Connections {
+        target: loader.item
+        ignoreUnknownSignals: true
+        function onDismissRequested() { sheet.close() }
     }
 }

@@ -1,8 +1,9 @@
 #include "UpdaterManager.h"
 
-#include "AppVersion.h"
+#include "AppWindow.h"
 #include "FileManager.h"
 #include "ReleaseNotes.h"
+#include "UpdateCheck.h"
 #include "UpdateSignature.h"
 #include "VersionOrder.h"
 
@@ -13,7 +14,6 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
@@ -62,9 +62,12 @@ UpdaterManager::~UpdaterManager()
 UpdaterManager *UpdaterManager::shared(QQmlEngine *engine)
 {
     // Never released: a check may still be answering while the program winds down.
-    static UpdaterManager *const instance =
-        new UpdaterManager(defaultFeedUrl(), AppVersion::shortVersionString().value_or(QStringLiteral("1.1")),
-                           QByteArrayLiteral(FIKRANEST_UPDATE_PUBLIC_KEY));
+    static UpdaterManager *const instance = [] {
+        // A broken install may lack its version text.
+        const QString version = QCoreApplication::applicationVersion();
+        return new UpdaterManager(defaultFeedUrl(), version.isEmpty() ? QStringLiteral("1.1") : version,
+                                  QByteArrayLiteral(FIKRANEST_UPDATE_PUBLIC_KEY));
+    }();
     if (!instance->m_engine)
         instance->m_engine = engine;
     return instance;
@@ -365,13 +368,12 @@ void UpdaterManager::setState(State state)
 
 void UpdaterManager::showWindow()
 {
-    if (!m_window && m_engine) {
-        QQmlComponent component(m_engine, QUrl(QStringLiteral("qrc:/Fikranest/UpdaterWindow.qml")));
-        m_window = qobject_cast<QQuickWindow *>(component.create());
-        if (!m_window) {
-            qWarning("%s", qPrintable(component.errorString()));
-            return;
-        }
+    if (!m_engine)
+        return;
+    const bool built = m_window;
+    if (!AppWindow::ensure(*m_engine, QUrl(QStringLiteral("qrc:/Fikranest/Update/UpdaterWindow.qml")), m_window))
+        return;
+    if (!built) {
         // Closing the window gives up on a check or a download still under way.
         connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
             if (!visible && (m_state == Checking || m_state == Downloading))
@@ -384,9 +386,10 @@ void UpdaterManager::showWindow()
             m_window->setPosition(available.center() - QPoint(m_window->width() / 2, m_window->height() / 2));
         }
     }
-    if (!m_window)
-        return;
-    m_window->show();
-    m_window->raise();
-    m_window->requestActivate();
+    AppWindow::present(*m_window);
+}
+
+extern "C" Q_DECL_EXPORT void fikranest_check_for_updates(QQmlEngine *engine)
+{
+    UpdaterManager::shared(engine)->checkForUpdates();
 }

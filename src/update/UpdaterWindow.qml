@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Fikranest
+import Fikranest.Update
 
 // The updater's own window: checking, up to date, a new release and its download,
 // or what went wrong.

@@ -13,6 +13,8 @@
 
 #include <future>
 
+#include <sys/stat.h>
+
 class TestShell : public QObject
 {
     Q_OBJECT
@@ -98,6 +100,10 @@ private slots:
         QTemporaryDir folder;
         SingleInstance first(folder.path());
         QCOMPARE(first.claim({}), SingleInstance::Role::primary);
+        // No one else may so much as connect.
+        struct stat socket = {};
+        QCOMPARE(::stat(QFile::encodeName(folder.filePath("fikranest.socket")).constData(), &socket), 0);
+        QCOMPARE(socket.st_mode & 0077, 0u);
         first.setHandler([](const QStringList &arguments) { return arguments != QStringList{"--add", "x"}; });
         QCOMPARE(claimElsewhere(folder.path(), {"--add", "x"}), SingleInstance::Role::refused);
     }

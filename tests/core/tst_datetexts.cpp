@@ -2,6 +2,8 @@
 
 #include <QtTest>
 
+#include <thread>
+
 class TestDateTexts : public QObject
 {
     Q_OBJECT
@@ -37,6 +39,20 @@ private slots:
         QCOMPARE(DateTexts::reminder(now, QLocale("ar_SA"), riyadh), "١٤ نوفمبر في ٣:٣٠ م");
         QCOMPARE(DateTexts::creation(now, QLocale("ar_SA"), riyadh), "١٤ نوفمبر ٢٠٢٤ في ٣:٣٠ م");
         QCOMPARE(DateTexts::reminder(now, QLocale("en_US"), QTimeZone("Europe/Berlin")), "November 14 at 1:30\u202fPM");
+    }
+
+    // Each text's formatter is built on its first use, after the zone was already set.
+    void aFormatterBuiltLaterKeepsTheZoneAlreadySet()
+    {
+        QString reminder;
+        // A thread of its own starts with no formatters.
+        std::thread([&] {
+            const QDateTime now(QDate(2024, 11, 14), QTime(12, 30), Qt::UTC);
+            const QTimeZone berlin("Europe/Berlin");
+            DateTexts::relative(now.addDays(-1), now, QLocale("en_US"), berlin);
+            reminder = DateTexts::reminder(now, QLocale("en_US"), berlin);
+        }).join();
+        QCOMPARE(reminder, "November 14 at 1:30\u202fPM");
     }
 
     void whatWasMadeSinceTheMinuteStepReadsNow()

@@ -13,7 +13,7 @@ else
     deb=$tmp/deb/fikranest_1.1_amd64.deb
     diff <(dpkg-deb -f "$deb" Package Version Architecture Section) <(printf 'Package: fikranest\nVersion: 1.1\nArchitecture: amd64\nSection: utils\n')
     depends=$(dpkg-deb -f "$deb" Depends)
-    for d in libc6 libqt6quick6 libqt6multimedia6 qml6-module-qtquick-controls fonts-noto-color-emoji dbus; do
+    for d in libc6 libqt6quick6 libqt6multimedia6 libqt6network6 libssl3 qml6-module-qtquick-controls fonts-noto-color-emoji dbus; do
         grep -Eq "(^|, )$d( |,|$)" <<<"$depends" || { echo "Depends lacks $d: $depends"; exit 1; }
     done
     DESTDIR="$tmp" cmake --install "$build" --prefix /usr >/dev/null
@@ -27,4 +27,5 @@ done
 for s in 16 24 32 48 64 128 256; do
     file "share/icons/hicolor/${s}x$s/apps/fikranest.png" | grep -q "PNG image data, $s x $s," || { echo "no ${s}px icon"; exit 1; }
 done
+ls lib*/fikranest/libfikranest_audio.so lib*/fikranest/libfikranest_update.so >/dev/null
 [ ! -f "$build/vosk/libvosk.so" ] || ls lib*/fikranest/libvosk.so >/dev/null
