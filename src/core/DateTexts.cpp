@@ -80,41 +80,43 @@ Formatters &formattersFor(const QLocale &locale)
     return cache.try_emplace(icu.getName(), icu).first->second;
 }
 
+// The part `lazy` holds, made by `make` on the first call and, if it keeps a zone, set
+// to the formatters' zone when they have one.
+template <typename T, typename Make>
+T *built(Formatters &formatters, Lazy<T> &lazy, Make make)
+{
+    if (!std::exchange(lazy.tried, true)) {
+        lazy.value = make();
+        if constexpr (requires(T &part) { part.setTimeZone(*formatters.zone); }) {
+            if (lazy.value && formatters.zone)
+                lazy.value->setTimeZone(*formatters.zone);
+        }
+    }
+    return lazy.value.get();
+}
+
 icu::RelativeDateTimeFormatter *relativeFormatter(Formatters &formatters)
 {
-    if (!std::exchange(formatters.relative.tried, true)) {
+    return built(formatters, formatters.relative, [&]() -> std::unique_ptr<icu::RelativeDateTimeFormatter> {
         UErrorCode status = U_ZERO_ERROR;
         auto relative = std::make_unique<icu::RelativeDateTimeFormatter>(
             formatters.locale, nullptr, UDAT_STYLE_LONG, UDISPCTX_CAPITALIZATION_NONE, status);
-        if (U_SUCCESS(status))
-            formatters.relative.value = std::move(relative);
-    }
-    return formatters.relative.value.get();
+        return U_SUCCESS(status) ? std::move(relative) : nullptr;
+    });
 }
 
 icu::Calendar *calendar(Formatters &formatters)
 {
-    if (!std::exchange(formatters.calendar.tried, true)) {
+    return built(formatters, formatters.calendar, [&]() -> std::unique_ptr<icu::Calendar> {
         UErrorCode status = U_ZERO_ERROR;
         auto calendar = std::make_unique<icu::GregorianCalendar>(formatters.locale, status);
-        if (U_SUCCESS(status)) {
-            if (formatters.zone)
-                calendar->setTimeZone(*formatters.zone);
-            formatters.calendar.value = std::move(calendar);
-        }
-    }
-    return formatters.calendar.value.get();
+        return U_SUCCESS(status) ? std::move(calendar) : nullptr;
+    });
 }
 
 icu::DateFormat *dateFormat(Formatters &formatters, Lazy<icu::DateFormat> Formatters::*which, const char16_t *skeleton)
 {
-    Lazy<icu::DateFormat> &format = formatters.*which;
-    if (!std::exchange(format.tried, true)) {
-        format.value = patternFormat(formatters.locale, skeleton);
-        if (format.value && formatters.zone)
-            format.value->setTimeZone(*formatters.zone);
-    }
-    return format.value.get();
+    return built(formatters, formatters.*which, [&] { return patternFormat(formatters.locale, skeleton); });
 }
 
 // Sets the formatters to `zone` by its id rather than leaving ICU to guess the system's.
