@@ -3,14 +3,14 @@
 #include "AppDelegate.h"
 #include "AppEvents.h"
 #include "AppSettings.h"
+#include "AppPalette.h"
 #include "AppWindow.h"
 #include "AutostartEntry.h"
-#include "IdeaActions.h"
 #include "ClockChangeWatcher.h"
 #include "DesktopNotificationCenter.h"
-#include "ReminderKeeper.h"
+#include "IdeaActions.h"
 #include "MenuBarExtra.h"
-#include "AppPalette.h"
+#include "ReminderKeeper.h"
 #include "Symbols.h"
 #include "UpdaterLibrary.h"
 
@@ -145,16 +145,14 @@ void FikranestApp::openWindow(const QString &id)
 {
     if (id != QStringLiteral("main"))
         return;
-    const bool built = m_mainWindow;
-    if (!AppWindow::ensure(*m_engine, QUrl(QStringLiteral("qrc:/Fikranest/MainWindow.qml")), m_mainWindow))
-        return;
-    if (!built) {
-        connect(m_mainWindow, &QWindow::visibleChanged, this, [this](bool visible) {
+    const auto setUp = [this](QQuickWindow &window) {
+        connect(&window, &QWindow::visibleChanged, this, [this](bool visible) {
             if (!visible)
                 mainWindowHidden();
         });
-    }
-    AppWindow::present(*m_mainWindow);
+    };
+    if (AppWindow::ensure(*m_engine, QUrl(QStringLiteral("qrc:/Fikranest/MainWindow.qml")), m_mainWindow, setUp))
+        AppWindow::present(*m_mainWindow);
 }
 
 void FikranestApp::afterFirstFrame()

@@ -34,16 +34,14 @@ void MenuBarExtra::create()
 
 QQuickWindow *MenuBarExtra::panel()
 {
-    if (m_panel)
-        return m_panel;
-    if (!AppWindow::ensure(m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")), m_panel))
-        return nullptr;
-    // Like a popover: clicking elsewhere puts it away.
-    connect(m_panel, &QWindow::activeChanged, this, [this] {
-        if (!m_panel->isActive() && m_panel->isVisible())
-            m_panel->hide();
-    });
-    return m_panel;
+    return AppWindow::ensure(m_engine, QUrl(QStringLiteral("qrc:/Fikranest/PanelWindow.qml")), m_panel,
+                             [this](QQuickWindow &panel) {
+                                 // Like a popover: clicking elsewhere puts it away.
+                                 connect(&panel, &QWindow::activeChanged, this, [&panel] {
+                                     if (!panel.isActive() && panel.isVisible())
+                                         panel.hide();
+                                 });
+                             });
 }
 
 void MenuBarExtra::togglePanel()

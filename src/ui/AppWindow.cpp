@@ -3,7 +3,8 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 
-QQuickWindow *AppWindow::ensure(QQmlEngine &engine, const QUrl &url, QPointer<QQuickWindow> &window)
+QQuickWindow *AppWindow::ensure(QQmlEngine &engine, const QUrl &url, QPointer<QQuickWindow> &window,
+                                const std::function<void(QQuickWindow &)> &setUp)
 {
     if (window)
         return window;
@@ -14,6 +15,8 @@ QQuickWindow *AppWindow::ensure(QQmlEngine &engine, const QUrl &url, QPointer<QQ
         qWarning("%s", qPrintable(component.isError() ? component.errorString()
                                                       : url.toString() + QStringLiteral(" is not a window")));
         delete built;
+    } else if (setUp) {
+        setUp(*window);
     }
     return window;
 }

@@ -368,14 +368,9 @@ void UpdaterManager::setState(State state)
 
 void UpdaterManager::showWindow()
 {
-    if (!m_engine)
-        return;
-    const bool built = m_window;
-    if (!AppWindow::ensure(*m_engine, QUrl(QStringLiteral("qrc:/Fikranest/Update/UpdaterWindow.qml")), m_window))
-        return;
-    if (!built) {
+    const auto setUp = [this](QQuickWindow &window) {
         // Closing the window gives up on a check or a download still under way.
-        connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
+        connect(&window, &QWindow::visibleChanged, this, [this](bool visible) {
             if (!visible && (m_state == Checking || m_state == Downloading))
                 cancel();
         });
@@ -383,10 +378,12 @@ void UpdaterManager::showWindow()
         connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { delete m_window.data(); });
         if (QScreen *screen = QGuiApplication::primaryScreen()) {
             const QRect available = screen->availableGeometry();
-            m_window->setPosition(available.center() - QPoint(m_window->width() / 2, m_window->height() / 2));
+            window.setPosition(available.center() - QPoint(window.width() / 2, window.height() / 2));
         }
-    }
-    AppWindow::present(*m_window);
+    };
+    if (m_engine
+        && AppWindow::ensure(*m_engine, QUrl(QStringLiteral("qrc:/Fikranest/Update/UpdaterWindow.qml")), m_window, setUp))
+        AppWindow::present(*m_window);
 }
 
 extern "C" Q_DECL_EXPORT void fikranest_check_for_updates(QQmlEngine *engine)
