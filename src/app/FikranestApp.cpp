@@ -25,6 +25,8 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 
+#include <malloc.h>
+
 #include <utility>
 
 FikranestApp::FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent)
@@ -170,6 +172,8 @@ void FikranestApp::afterFirstFrame()
             QStringLiteral("fikranest"),
             Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
         m_menuBar->create();
+        // Hand back to the system what building the window and reading the list freed.
+        QTimer::singleShot(1000, [] { malloc_trim(0); });
     };
     QTimer::singleShot(m_mainWindow ? 3000 : 0, this, start);
     if (m_mainWindow) {

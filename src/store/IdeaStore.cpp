@@ -101,9 +101,10 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
 
     // WAL with a full sync on commit: a write that returned survives a crash of the
     // process and of the machine.
-    // Reads come straight from the mapped file rather than a copy per page, which is
-    // what walking the table for the list's newest ideas mostly is.
-    run(db, "PRAGMA mmap_size=1073741824");
+    // A small page cache: the list's newest ideas are one walk over the table, which
+    // the system's file cache serves as well, and a larger cache would only hold the
+    // whole table in the program's memory after it.
+    run(db, "PRAGMA cache_size=-256");
     if (!run(db, "PRAGMA journal_mode=WAL") || !run(db, "PRAGMA synchronous=FULL"))
         return fail(db, StoreFileCheck::sqliteError(db));
     if (empty) {
