@@ -66,6 +66,45 @@ IdeaStore::Write IdeaActions::remove(const Idea &idea)
     return result;
 }
 
+void IdeaActions::scheduleIfAhead(const Idea &idea)
+{
+    if (m_notifications && idea.hasReminder && idea.reminderDate && *idea.reminderDate > AppClock::now())
+        ReminderNotifications::scheduleNotification(idea, *m_notifications);
+}
+
+bool IdeaActions::applySynced(const QList<SyncChange> &changes)
+{
+    if (!m_store)
+        return false;
+    for (const SyncChange &change : changes) {
+        Idea idea = change.idea;
+        switch (change.kind) {
+        case SyncChange::Kind::add:
+            if (!m_store->insert(idea))
+                return false;
+            scheduleIfAhead(idea);
+            break;
+        case SyncChange::Kind::edit: {
+            const std::optional<Idea> before = m_store->find(idea.recordId(), idea.id);
+            if (m_store->update(idea) == IdeaStore::Write::failed)
+                return false;
+            const bool moved = !before || before->hasReminder != idea.hasReminder
+                || before->reminderDate != idea.reminderDate;
+            if (moved && m_notifications) {
+                ReminderNotifications::cancelNotification(idea.idText(), *m_notifications);
+                scheduleIfAhead(idea);
+            }
+            break;
+        }
+        case SyncChange::Kind::remove:
+            if (remove(idea) == IdeaStore::Write::failed)
+                return false;
+            break;
+        }
+    }
+    return true;
+}
+
 QString IdeaActions::setStatusOf(qint64 recordId, const QString &id, const QString &status)
 {
     if (!m_store)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "IdeaStore.h"
+#include "SyncEngine.h"
 
 #include <QObject>
 #include <QPointer>
@@ -31,6 +32,11 @@ public:
     // the reminder is put back: nothing is lost.
     IdeaStore::Write remove(const Idea &idea);
 
+    // Changes that came from the server, in order, under the same reminder rules: a
+    // reminder that arrives is scheduled like one set here unless its moment has passed.
+    // False as soon as the store refuses one.
+    bool applySynced(const QList<SyncChange> &changes);
+
     // The same, for a record a screen knows by its row and its id text together; each
     // answers "" when done, or the short Arabic text to show instead.
     QString markDone(qint64 recordId, const QString &id);
@@ -38,6 +44,7 @@ public:
     QString remove(qint64 recordId, const QString &id);
 
 private:
+    void scheduleIfAhead(const Idea &idea);
     QString setStatusOf(qint64 recordId, const QString &id, const QString &status);
 
     QPointer<IdeaStore> m_store;

@@ -75,6 +75,31 @@ void AppSettings::setLastSeenVersion(const QString &value)
     emit lastSeenVersionChanged();
 }
 
+AppSettings::SyncAccount AppSettings::syncAccount()
+{
+    m_settings.sync();
+    return {m_settings.value(QStringLiteral("syncServer")).toString(),
+            m_settings.value(QStringLiteral("syncUser")).toString(),
+            m_settings.value(QStringLiteral("syncList")).toString()};
+}
+
+void AppSettings::setSyncAccount(const SyncAccount &account)
+{
+    if (account == syncAccount())
+        return;
+    const std::pair<QString, QString> keys[] = {{QStringLiteral("syncServer"), account.server},
+                                                {QStringLiteral("syncUser"), account.user},
+                                                {QStringLiteral("syncList"), account.list}};
+    for (const auto &[key, value] : keys) {
+        if (value.isEmpty())
+            m_settings.remove(key);
+        else
+            m_settings.setValue(key, value);
+    }
+    m_settings.sync();
+    emit syncAccountChanged();
+}
+
 void AppSettings::write(const QString &key, const QVariant &value)
 {
     m_settings.setValue(key, value);

@@ -35,10 +35,25 @@ public:
     QString lastSeenVersion() const;
     void setLastSeenVersion(const QString &value);
 
+    // The sync account without its password, which lives in the secret store.
+    struct SyncAccount
+    {
+        QString server; // as the person typed it
+        QString user;
+        QString list;   // the task list's address
+        bool isSet() const { return !server.isEmpty() && !list.isEmpty(); }
+        friend bool operator==(const SyncAccount &, const SyncAccount &) = default;
+    };
+    // Read from the file each time: another launch of the program may have set it.
+    SyncAccount syncAccount();
+    // An empty account forgets the one there was.
+    void setSyncAccount(const SyncAccount &account);
+
 signals:
     void hasCompletedOnboardingChanged();
     void userNameChanged();
     void lastSeenVersionChanged();
+    void syncAccountChanged();
 
 private:
     AppSettings();
