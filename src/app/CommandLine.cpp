@@ -26,11 +26,20 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     const QCommandLineOption capture(QStringLiteral("capture"));
     const QCommandLineOption add(QStringLiteral("add"), QString(), QStringLiteral("text"));
     const QCommandLineOption category(QStringLiteral("category"), QString(), QStringLiteral("category"));
-    parser.addOptions({help, version, background, capture, add, category});
+    const QCommandLineOption syncSetup(QStringLiteral("sync-setup"), QString(), QStringLiteral("url"));
+    const QCommandLineOption list(QStringLiteral("list"), QString(), QStringLiteral("name"));
+    const QCommandLineOption sync(QStringLiteral("sync"));
+    const QCommandLineOption syncOff(QStringLiteral("sync-off"));
+    parser.addOptions({help, version, background, capture, add, category, syncSetup, list, sync, syncOff});
     if (!parser.parse(arguments))
         return invalid(QStringLiteral("ما فهمت الأمر: %1").arg(parser.errorText()), parser.errorText());
-    if (!parser.positionalArguments().isEmpty()) {
-        const QString extra = parser.positionalArguments().constFirst();
+    // --sync-setup takes the user name after the address.
+    const qsizetype positional = parser.isSet(syncSetup) ? 1 : 0;
+    if (parser.isSet(syncSetup) && parser.positionalArguments().isEmpty())
+        return invalid(QStringLiteral("ناقص اسم المستخدم: fikranest --sync-setup العنوان المستخدم"),
+                       QStringLiteral("the user name is missing: fikranest --sync-setup URL USER"));
+    if (parser.positionalArguments().size() > positional) {
+        const QString extra = parser.positionalArguments().at(positional);
         return invalid(QStringLiteral("ما فهمت \"%1\"، النص يجي بعد --add").arg(extra),
                        QStringLiteral("unexpected argument \"%1\"; the text goes after --add").arg(extra));
     }
@@ -44,10 +53,13 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         line.action = Action::version;
         return line;
     }
-    const int requests = int(parser.isSet(background)) + int(parser.isSet(capture)) + int(parser.isSet(add));
+    const int requests = int(parser.isSet(background)) + int(parser.isSet(capture)) + int(parser.isSet(add))
+        + int(parser.isSet(syncSetup)) + int(parser.isSet(sync)) + int(parser.isSet(syncOff));
     if (requests > 1)
-        return invalid(QStringLiteral("اختار وحدة بس من --background و --capture و --add"),
-                       QStringLiteral("use only one of --background, --capture and --add"));
+        return invalid(QStringLiteral("اختار وحدة بس من --background و --capture و --add و --sync-setup و --sync و --sync-off"),
+                       QStringLiteral("use only one of --background, --capture, --add, --sync-setup, --sync and --sync-off"));
+    if (parser.isSet(list) && !parser.isSet(syncSetup))
+        return invalid(QStringLiteral("--list تمشي بس مع --sync-setup"), QStringLiteral("--list goes with --sync-setup only"));
     if (parser.isSet(category) && !parser.isSet(add))
         return invalid(QStringLiteral("--category تمشي بس مع --add"), QStringLiteral("--category goes with --add only"));
 
@@ -63,6 +75,15 @@ CommandLine CommandLine::parse(const QStringList &arguments)
                                .arg(line.category, Vocabulary::categories().join(QStringLiteral("، "))),
                            QStringLiteral("unknown category \"%1\"; use one of: %2")
                                .arg(line.category, Vocabulary::categories().join(QStringLiteral(", "))));
+    } else if (parser.isSet(syncSetup)) {
+        line.action = Action::syncSetup;
+        line.server = parser.value(syncSetup).trimmed();
+        line.user = parser.positionalArguments().constFirst();
+        line.listName = parser.isSet(list) ? parser.value(list).trimmed() : QStringLiteral("الفكرون");
+    } else if (parser.isSet(sync)) {
+        line.action = Action::sync;
+    } else if (parser.isSet(syncOff)) {
+        line.action = Action::syncOff;
     } else if (parser.isSet(capture)) {
         line.action = Action::capture;
     } else if (parser.isSet(background)) {
@@ -82,6 +103,11 @@ QString CommandLine::helpText()
         "  --capture             يفتح خانة الفكرة الجديدة على طول\n"
         "  --add \"نص\"            يحفظ فكرة ويطلع بدون ما يفتح شي\n"
         "  --category النوع       مع --add: فكرة أو مهمة أو ملاحظة (فكرة إذا ما حددت)\n"
+        "  --sync-setup العنوان المستخدم [--list الاسم]\n"
+        "                        يربط المزامنة مع سيرفر CalDAV؛ كلمة السر تنقرا من المدخل (سطر واحد)\n"
+        "                        والقائمة بهالاسم تنسوى إذا ما كانت موجودة (الفكرون إذا ما حددت)\n"
+        "  --sync                يزامن الحين ويقول وش تحرك\n"
+        "  --sync-off            يفصل المزامنة؛ أفكارك تبقى في جهازك\n"
         "  -h, --help            هالشرح\n"
         "  -v, --version         الإصدار\n"
         "\n"
@@ -93,6 +119,12 @@ QString CommandLine::helpText()
         "  --capture             open the new-idea sheet straight away\n"
         "  --add \"text\"          store one idea and exit, opening nothing\n"
         "  --category CATEGORY   with --add: فكرة (idea, the default), مهمة (task) or ملاحظة (note)\n"
+        "  --sync-setup URL USER [--list NAME]\n"
+        "                        connect sync to a CalDAV server; the password is read from standard\n"
+        "                        input (one line); the task list of that name is made if missing\n"
+        "                        (الفكرون when no name is given)\n"
+        "  --sync                sync now and print one line of what moved\n"
+        "  --sync-off            disconnect sync; your ideas stay on this machine\n"
         "  -h, --help            this help\n"
         "  -v, --version         the version\n"
         "\n"

@@ -12,6 +12,7 @@
 #include "MenuBarExtra.h"
 #include "ReminderKeeper.h"
 #include "Symbols.h"
+#include "SyncService.h"
 #include "UpdaterLibrary.h"
 
 #include <QCoreApplication>
@@ -36,6 +37,7 @@ FikranestApp::FikranestApp(std::unique_ptr<CloudProbes> probes, QObject *parent)
 
 FikranestApp::~FikranestApp()
 {
+    SyncService::instance().stop();
     delete m_mainWindow;
     m_menuBar.reset();
     m_engine.reset();
@@ -115,26 +117,37 @@ bool FikranestApp::start(bool background)
     return true;
 }
 
-bool FikranestApp::handle(const CommandLine &line)
+void FikranestApp::handle(const CommandLine &line, const SingleInstance::Reply &reply)
 {
+    const auto answer = [&reply](bool done, const QString &text = {}) {
+        if (reply)
+            reply(done, text);
+    };
     switch (line.action) {
     case CommandLine::Action::open:
         openWindow(QStringLiteral("main"));
-        return true;
+        return answer(true);
     case CommandLine::Action::capture:
         openWindow(QStringLiteral("main"));
         AppEvents::instance().postNewIdea();
-        return true;
+        return answer(true);
     case CommandLine::Action::add:
-        return m_container.store && addIdea(*m_container.store, line);
+        return answer(m_container.store && addIdea(*m_container.store, line));
     case CommandLine::Action::background:
-        return true;
+        return answer(true);
+    case CommandLine::Action::sync:
+        return SyncService::instance().syncNow(reply ? SyncService::Done(reply) : SyncService::Done());
+    case CommandLine::Action::syncOff:
+        return SyncService::instance().disconnectAccount([reply] {
+            if (reply)
+                reply(true, SyncService::disconnectedText());
+        });
+    case CommandLine::Action::syncSetup:
     case CommandLine::Action::help:
     case CommandLine::Action::version:
     case CommandLine::Action::invalid:
-        return false;
+        return answer(false);
     }
-    return false;
 }
 
 bool FikranestApp::addIdea(IdeaStore &store, const CommandLine &line)
@@ -172,6 +185,12 @@ void FikranestApp::afterFirstFrame()
             QStringLiteral("fikranest"),
             Symbols::icon(QStringLiteral("plus.bubble.fill"), QColor::fromRgb(AppPalette::rgbBlue600))));
         m_menuBar->create();
+        // Sync's first pass, if it is connected, once the window is up.
+        m_syncWriter = std::make_unique<IdeaActions>(m_container.store.get(), m_notifications.get());
+        SyncService::instance().start(m_container.store->path(), [writer = m_syncWriter.get()](
+                                                                     const QList<SyncChange> &changes) {
+            return writer->applySynced(changes);
+        });
         // Hand back to the system what building the window and reading the list freed.
         QTimer::singleShot(1000, [] { malloc_trim(0); });
     };

@@ -2,6 +2,7 @@
 
 #include "CloudProbes.h"
 #include "CommandLine.h"
+#include "SingleInstance.h"
 #include "StoreContainer.h"
 
 #include <QObject>
@@ -10,6 +11,7 @@
 #include <memory>
 
 class ClockChangeWatcher;
+class IdeaActions;
 class DesktopNotificationCenter;
 class MenuBarExtra;
 class QGuiApplication;
@@ -38,8 +40,9 @@ public:
     QQuickWindow *mainWindow() const { return m_mainWindow; }
     MenuBarExtra *menuBarExtra() const { return m_menuBar.get(); }
 
-    // What a launch asked for, this one's or a later one's; false when it could not be done.
-    bool handle(const CommandLine &line);
+    // What a launch asked for, this one's or a later one's, answered through `reply` when
+    // it is done (a sync answers once its pass ends).
+    void handle(const CommandLine &line, const SingleInstance::Reply &reply = {});
     // Stores the idea a command line carries, as the sheet would without a reminder.
     static bool addIdea(IdeaStore &store, const CommandLine &line);
 
@@ -56,6 +59,7 @@ private:
     std::unique_ptr<ClockChangeWatcher> m_clockWatcher;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<MenuBarExtra> m_menuBar;
+    std::unique_ptr<IdeaActions> m_syncWriter;
     QPointer<QQuickWindow> m_mainWindow;
     bool m_toldHowToComeBack = false;
     bool m_iconsShown = false;

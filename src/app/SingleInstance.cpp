@@ -35,6 +35,8 @@ constexpr char acknowledgement = '\x06';
 constexpr char refusal = '\x15';
 // A message travels as a QDataStream QByteArray: its length, big-endian, then its bytes.
 constexpr qsizetype lengthBytes = 4;
+// A running instance's answer is one status byte and one short line.
+constexpr qsizetype maxLineBytes = 4096;
 
 int remainingMs(const QDeadlineTimer &deadline)
 {
@@ -102,13 +104,13 @@ SingleInstance::~SingleInstance()
     QFile::remove(m_socketPath);
 }
 
-SingleInstance::Role SingleInstance::claim(const QStringList &arguments, bool serve)
+SingleInstance::Role SingleInstance::claim(const QStringList &arguments, bool serve, int limitMs, QString *line)
 {
-    const QDeadlineTimer deadline(handOverLimitMs);
+    const QDeadlineTimer deadline(limitMs);
     // The lock decides who serves; a launch that loses the race keeps trying to reach
     // the winner until its socket is up.
     for (;;) {
-        switch (handOver(arguments, deadline)) {
+        switch (handOver(arguments, deadline, line)) {
         case Answer::done:
             return Role::handedOver;
         case Answer::refused:
@@ -174,7 +176,8 @@ bool SingleInstance::listen()
     return true;
 }
 
-SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments, const QDeadlineTimer &deadline)
+SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments, const QDeadlineTimer &deadline,
+                                                QString *line)
 {
     const std::optional<sockaddr_un> server = address(m_socketPath);
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
@@ -203,13 +206,23 @@ SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments, co
         else if ((errno != EAGAIN && errno != EINTR) || !await(fd, POLLOUT, deadline))
             return Answer::none;
     }
+    // The answer: one byte, then maybe a line, up to the running instance hanging up.
+    QByteArray answer;
     for (;;) {
-        char answer = 0;
-        const ssize_t got = ::recv(fd, &answer, 1, 0);
-        if (got == 1)
-            return answer == acknowledgement ? Answer::done : answer == refusal ? Answer::refused : Answer::silent;
-        if (got == 0 || (errno != EAGAIN && errno != EINTR) || !await(fd, POLLIN, deadline))
+        char buffer[1024];
+        const ssize_t got = ::recv(fd, buffer, sizeof(buffer), 0);
+        if (got > 0 && answer.size() < maxLineBytes) {
+            answer.append(buffer, got);
+            continue;
+        }
+        if (got < 0 && (errno == EAGAIN || errno == EINTR) && await(fd, POLLIN, deadline))
+            continue;
+        if (answer.isEmpty())
             return Answer::silent;
+        if (line)
+            *line = QString::fromUtf8(answer.mid(1)).trimmed();
+        const char status = answer.at(0);
+        return status == acknowledgement ? Answer::done : status == refusal ? Answer::refused : Answer::silent;
     }
 }
 
@@ -250,21 +263,36 @@ void SingleInstance::accept()
             if (caller->received.size() - lengthBytes < size)
                 return;
             caller->answered = true;
-            const std::optional<char> reply = answer(caller->received.mid(lengthBytes, size));
-            if (!reply || ::send(caller->fd, &*reply, 1, MSG_NOSIGNAL) != 1)
+            // The reply keeps the connection open until it is sent, however long the work takes.
+            const Reply reply = [caller, hangUp](bool done, const QString &line) {
+                const QByteArray answer = (done ? acknowledgement : refusal) + line.toUtf8();
+                for (qsizetype sent = 0; sent < answer.size();) {
+                    const ssize_t written = ::send(caller->fd, answer.constData() + sent,
+                                                   size_t(answer.size() - sent), MSG_NOSIGNAL);
+                    if (written > 0)
+                        sent += written;
+                    else if (errno != EINTR && (errno != EAGAIN || !await(caller->fd, POLLOUT, QDeadlineTimer(1000))))
+                        break;
+                }
+                hangUp();
+            };
+            if (!answer(caller->received.mid(lengthBytes, size), reply))
                 hangUp();
         });
     }
 }
 
-std::optional<char> SingleInstance::answer(const QByteArray &message)
+bool SingleInstance::answer(const QByteArray &message, const Reply &reply)
 {
     QStringList arguments;
     qint64 givesUpAt = 0;
     QDataStream in(message);
     in >> arguments >> givesUpAt;
     if (in.status() != QDataStream::Ok || QDateTime::currentMSecsSinceEpoch() > givesUpAt)
-        return std::nullopt;
-    const bool done = !m_handler || m_handler(arguments);
-    return done ? acknowledgement : refusal;
+        return false;
+    if (m_handler)
+        m_handler(arguments, reply);
+    else
+        reply(true, {});
+    return true;
 }

@@ -23,8 +23,11 @@ public:
     enum class Role { primary, handedOver, refused, unanswered, failed };
     // The whole hand-over, connecting included, gives up after this long.
     static constexpr int handOverLimitMs = 5'000;
-    // Carries out a later launch's arguments in the running instance; false when it could not.
-    using Handler = std::function<bool(const QStringList &arguments)>;
+    // How the running instance answers a later launch: whether it carried the arguments
+    // out, and a line for that launch to print. It may answer later, once the work is done.
+    using Reply = std::function<void(bool done, const QString &line)>;
+    // Carries out a later launch's arguments in the running instance, answering through `reply`.
+    using Handler = std::function<void(const QStringList &arguments, const Reply &reply)>;
 
     // `folder` holds the lock and the socket; the user's runtime folder by default.
     explicit SingleInstance(const QString &folder = {}, QObject *parent = nullptr);
@@ -34,7 +37,10 @@ public:
     // With `serve` false the winner only holds the lock, as a launch that stores one
     // idea and exits does: later launches wait for it to finish rather than hand their
     // arguments to a process that will never read them.
-    Role claim(const QStringList &arguments, bool serve = true);
+    // `limitMs` bounds the whole hand-over, waiting for the answer included; the running
+    // instance's line, if it sent one, comes back in `line`.
+    Role claim(const QStringList &arguments, bool serve = true, int limitMs = handOverLimitMs,
+               QString *line = nullptr);
     QString errorString() const { return m_error; }
     // Until one is set, later launches are told yes and their arguments dropped.
     void setHandler(Handler handler) { m_handler = std::move(handler); }
@@ -43,11 +49,11 @@ private:
     // `silent`: the arguments went out but no answer came, so they must not be sent again.
     enum class Answer { none, done, refused, silent };
 
-    Answer handOver(const QStringList &arguments, const QDeadlineTimer &deadline);
+    Answer handOver(const QStringList &arguments, const QDeadlineTimer &deadline, QString *line);
     bool listen();
     void accept();
-    // The answer to one later launch's message, or nothing for one that is stale or malformed.
-    std::optional<char> answer(const QByteArray &message);
+    // Hands one later launch's message to the handler; false for one that is stale or malformed.
+    bool answer(const QByteArray &message, const Reply &reply);
 
     QString m_socketPath;
     QLockFile m_lock;

@@ -1,18 +1,28 @@
+#include "AppSettings.h"
+#include "CalDavClient.h"
 #include "CloudProbes.h"
 #include "CommandLine.h"
+#include "DesktopNotificationCenter.h"
 #include "FikranestApp.h"
+#include "IdeaActions.h"
+#include "ReminderKeeper.h"
 #include "SingleInstance.h"
+#include "SyncPassword.h"
+#include "SyncService.h"
 
 #include <QApplication>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
+#include <string>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -75,16 +85,22 @@ private:
 };
 
 // Hands the launch to the running instance; nullopt when this one is to serve.
-std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments, bool serve = true)
+// What it answered, when it says something, is printed.
+std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments, bool serve = true,
+                            int limitMs = SingleInstance::handOverLimitMs)
 {
-    switch (instance.claim(arguments.mid(1), serve)) {
+    QString answer;
+    switch (instance.claim(arguments.mid(1), serve, limitMs, &answer)) {
     case SingleInstance::Role::primary:
         return std::nullopt;
     case SingleInstance::Role::handedOver:
+        if (!answer.isEmpty())
+            std::puts(qPrintable(answer));
         return 0;
     case SingleInstance::Role::refused:
-        complain(QStringLiteral("الفكرون الشغّال ما قدر يحفظها، جرّب مرة ثانية\n"
-                                "the running Fikranest could not store it; try again"));
+        complain(!answer.isEmpty() ? answer
+                                   : QStringLiteral("الفكرون الشغّال ما قدر يحفظها، جرّب مرة ثانية\n"
+                                                    "the running Fikranest could not store it; try again"));
         return 1;
     case SingleInstance::Role::unanswered:
         complain(QStringLiteral("الفكرون الشغّال ما رد علينا 😴 جرّب بعد شوي، ولو علّق سكّره وشغّله من جديد"
@@ -119,6 +135,90 @@ int addIdea(int argc, char *argv[], const CommandLine &line)
     return 0;
 }
 
+// Connects sync as the settings sheet does: the list with the asked-for name, made when
+// there is none; the password, read from standard input, goes to the secret store.
+bool setUpSync(const CommandLine &line)
+{
+    std::string typed;
+    std::getline(std::cin, typed);
+    const QString password = QString::fromStdString(typed).remove(QLatin1Char('\r'));
+    if (password.isEmpty()) {
+        complain(QStringLiteral("كلمة السر فاضية: اكتبها في المدخل\nthe password is empty: give it on standard input"));
+        return false;
+    }
+    CalDavClient client({QUrl::fromUserInput(line.server), line.user, password});
+    QList<CalDavClient::TaskList> lists;
+    CalDavClient::Error error = client.taskLists(lists);
+    CalDavClient::TaskList chosen;
+    for (const CalDavClient::TaskList &list : std::as_const(lists)) {
+        if (list.displayName == line.listName)
+            chosen = list;
+    }
+    if (!error && chosen.url.isEmpty())
+        error = client.makeTaskList(line.listName, chosen);
+    if (error) {
+        complain(SyncService::failureText(error.failure));
+        return false;
+    }
+    switch (SyncPassword::writeNow(SyncPassword::key(line.user, line.server), password)) {
+    case SyncPassword::Outcome::done:
+        break;
+    case SyncPassword::Outcome::noStore:
+        complain(SyncService::noSecretStoreText());
+        return false;
+    case SyncPassword::Outcome::missing:
+    case SyncPassword::Outcome::failed:
+        complain(QStringLiteral("ما قدرنا نحفظ كلمة السر 🔐"));
+        return false;
+    }
+    AppSettings::instance().setSyncAccount({line.server, line.user, chosen.url.toString()});
+    return true;
+}
+
+// --sync-setup, --sync and --sync-off: through the running instance when there is one, so
+// its lists follow at once; else here, in the same way, on a store this launch holds.
+int syncCommand(int argc, char *argv[], const CommandLine &line)
+{
+    QCoreApplication application(argc, argv);
+    name(application);
+    if (line.action == CommandLine::Action::syncSetup && !setUpSync(line))
+        return 1;
+    const bool off = line.action == CommandLine::Action::syncOff;
+    SingleInstance instance;
+    // Long enough for a first sync of a large list.
+    constexpr int syncLimitMs = 15 * 60 * 1000;
+    const QStringList forwarded{QStringLiteral("fikranest"), off ? QStringLiteral("--sync-off") : QStringLiteral("--sync")};
+    if (const std::optional<int> status = handOver(instance, forwarded, false, syncLimitMs))
+        return *status;
+
+    IdeaStore::Opening opening = IdeaStore::open(IdeaStore::defaultPath());
+    if (!opening.store) {
+        complain(QStringLiteral("cannot open the ideas store %1: %2").arg(IdeaStore::defaultPath(), opening.error));
+        return 1;
+    }
+    SyncService &sync = SyncService::instance();
+    DesktopNotificationCenter reminders(ReminderKeeper::defaultPath());
+    IdeaActions actions(opening.store.get(), &reminders);
+    sync.start(opening.store->path(), [&actions](const QList<SyncChange> &changes) {
+        return actions.applySynced(changes);
+    }, false);
+    int status = 1;
+    const auto finish = [&](bool ok, const QString &text) {
+        std::fputs(qPrintable(text + u'\n'), ok ? stdout : stderr);
+        status = ok ? 0 : 1;
+        QCoreApplication::quit();
+    };
+    QTimer::singleShot(0, [&] {
+        if (off)
+            sync.disconnectAccount([&] { finish(true, SyncService::disconnectedText()); });
+        else
+            sync.syncNow(finish);
+    });
+    application.exec();
+    sync.stop();
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -139,6 +239,10 @@ int main(int argc, char *argv[])
         return 2;
     case CommandLine::Action::add:
         return addIdea(argc, argv, line);
+    case CommandLine::Action::syncSetup:
+    case CommandLine::Action::sync:
+    case CommandLine::Action::syncOff:
+        return syncCommand(argc, argv, line);
     case CommandLine::Action::open:
     case CommandLine::Action::background:
     case CommandLine::Action::capture:
@@ -173,8 +277,8 @@ int main(int argc, char *argv[])
     }
     if (line.action == CommandLine::Action::capture)
         app.handle(line);
-    instance.setHandler([&app](const QStringList &later) {
-        return app.handle(CommandLine::parse(QStringList{QStringLiteral("fikranest")} + later));
+    instance.setHandler([&app](const QStringList &later, const SingleInstance::Reply &reply) {
+        app.handle(CommandLine::parse(QStringList{QStringLiteral("fikranest")} + later), reply);
     });
     return application.exec();
 }

@@ -58,7 +58,9 @@ private slots:
         AppSettings::instance().setHasCompletedOnboarding(true);
         app = std::make_unique<FikranestApp>(std::make_unique<LocalCloudProbes>(folders.path() + "/shell.sqlite"));
         QVERIFY(app->start(true));
-        QVERIFY(app->handle(CommandLine::parse({"fikranest", "--background"})));
+        bool done = false;
+        app->handle(CommandLine::parse({"fikranest", "--background"}), [&done](bool ok, const QString &) { done = ok; });
+        QVERIFY(done);
         QVERIFY(!app->mainWindow());
     }
 
@@ -104,7 +106,9 @@ private slots:
         struct stat socket = {};
         QCOMPARE(::stat(QFile::encodeName(folder.filePath("fikranest.socket")).constData(), &socket), 0);
         QCOMPARE(socket.st_mode & 0077, 0u);
-        first.setHandler([](const QStringList &arguments) { return arguments != QStringList{"--add", "x"}; });
+        first.setHandler([](const QStringList &arguments, const SingleInstance::Reply &reply) {
+            reply(arguments != QStringList{"--add", "x"}, {});
+        });
         QCOMPARE(claimElsewhere(folder.path(), {"--add", "x"}), SingleInstance::Role::refused);
     }
 
