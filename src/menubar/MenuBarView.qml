@@ -47,11 +47,15 @@ Pane {
             }
             Item { Layout.fillWidth: true }
             SymbolIcon {
-                name: SyncStatus.isCloudKit ? "icloud.fill" : "icloud.slash"
+                objectName: "panelSyncSymbol"
+                name: SyncStatus.isCloudKit || SyncService.healthy ? "icloud.fill" : "icloud.slash"
                 size: Theme.caption
-                color: Theme.blue600
+                color: SyncService.healthy ? Theme.green : Theme.blue600
                 ToolTip.visible: syncHover.hovered
-                ToolTip.text: SyncStatus.isCloudKit ? "المزامنة عبر iCloud مفعّلة" : "التخزين محلي فقط على هذا الجهاز"
+                ToolTip.text: SyncStatus.isCloudKit ? "المزامنة عبر iCloud مفعّلة"
+                    : SyncService.healthy ? "المزامنة مع " + SyncService.host + " شغّالة ✅"
+                    : SyncService.connected ? "المزامنة واقفة: " + SyncService.failure
+                    : "التخزين محلي فقط على هذا الجهاز"
                 HoverHandler { id: syncHover }
             }
         }

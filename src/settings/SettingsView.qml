@@ -10,6 +10,9 @@ Rectangle {
 
     signal dismissRequested()
 
+    // Ideas leave this machine for the person's own server, or iCloud's.
+    readonly property bool synced: SyncStatus.isCloudKit || SyncService.healthy
+
     objectName: "settingsView"
     color: Theme.blue50
     focus: true
@@ -28,52 +31,6 @@ Rectangle {
             flick.contentY = Math.max(0, top)
         else if (bottom > flick.contentY + flick.height)
             flick.contentY = Math.min(flick.contentHeight - flick.height, bottom - flick.height)
-    }
-
-    // A white rounded card: the title, then whatever the card holds, at the leading edge.
-    component SectionCard: Rectangle {
-        id: card
-
-        property string title
-        default property alias content: cardColumn.data
-
-        Layout.fillWidth: true
-        implicitHeight: cardColumn.implicitHeight + 2 * Theme.spacingXXL
-        radius: Theme.radiusXXL
-        color: Theme.white
-
-        ColumnLayout {
-            id: cardColumn
-
-            anchors.fill: parent
-            anchors.margins: Theme.spacingXXL
-            spacing: Theme.spacingL
-
-            Label {
-                // "ℹ" is a left-to-right letter: without the mark the line would run
-                // left to right and put the emoji after the word.
-                text: "\u200F" + card.title
-                font.pixelSize: Theme.headline
-                font.bold: true
-                Accessible.name: card.title
-            }
-        }
-    }
-
-    // A symbol centred in a 24-px frame, so the texts beside a column of them line up.
-    component FramedSymbol: Item {
-        property alias name: symbol.name
-        property alias size: symbol.size
-        property alias color: symbol.color
-
-        implicitWidth: 24
-        implicitHeight: symbol.implicitHeight
-        SymbolIcon {
-            id: symbol
-            anchors.centerIn: parent
-            size: Theme.body
-            color: Theme.primaryText
-        }
     }
 
     component StatementRow: RowLayout {
@@ -206,14 +163,15 @@ Rectangle {
                                 id: syncSymbol
 
                                 objectName: "syncSymbol"
-                                name: SyncStatus.isCloudKit ? "icloud.fill" : "icloud.slash"
+                                name: view.synced ? "icloud.fill" : "icloud.slash"
                                 size: Theme.subheadline
-                                color: SyncStatus.isCloudKit ? Theme.green : Theme.orange
+                                color: view.synced ? Theme.green : Theme.orange
                             }
                             Label {
                                 objectName: "syncText"
                                 text: SyncStatus.isCloudKit ? "المزامنة عبر iCloud مفعّلة"
-                                                            : "التخزين محلي فقط على هذا الجهاز"
+                                      : SyncService.healthy ? "المزامنة مع " + SyncService.host + " شغّالة ✅"
+                                      : "التخزين محلي فقط على هذا الجهاز"
                                 font.pixelSize: Theme.subheadline
                             }
                         }
@@ -222,7 +180,7 @@ Rectangle {
                             Layout.fillWidth: true
                             // Under the text beside the symbol.
                             Layout.leftMargin: syncSymbol.implicitWidth + Theme.spacingM
-                            visible: !SyncStatus.isCloudKit
+                            visible: !view.synced
                             text: SyncStatus.reason
                             font.pixelSize: Theme.caption2
                             color: Theme.secondaryText
@@ -233,6 +191,8 @@ Rectangle {
                     }
                 }
             }
+
+            SyncCard {}
 
             SectionCard {
                 title: "💬 الدعم"

@@ -27,13 +27,25 @@ def free_port():
         return s.getsockname()[1]
 
 
+def start_keyring(stack, env, folder):
+    """GNOME Keyring on the bus of `env`, unlocked, as the secret store."""
+    keyring = subprocess.Popen(["gnome-keyring-daemon", "--unlock", "--components=secrets", "--foreground"],
+                               env=dict(env, HOME=folder, XDG_DATA_HOME=folder),
+                               stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    keyring.stdin.write(b"test keyring password")
+    keyring.stdin.close()
+    stack.callback(stop_process, keyring)
+    with bus_at(env["DBUS_SESSION_BUS_ADDRESS"]) as session:
+        wait_until(lambda: session.name_has_owner("org.freedesktop.secrets"), 20, "the keyring")
+
+
 class Radicale:
-    def __init__(self, folder):
+    def __init__(self, folder, password=PASSWORD):
         self.folder = folder
         self.port = free_port()
         self.url = f"http://127.0.0.1:{self.port}/"
         with open(os.path.join(folder, "users"), "w", encoding="utf-8") as f:
-            f.write(f"{USER}:{PASSWORD}\n")
+            f.write(f"{USER}:{password}\n")
         self.config = os.path.join(folder, "config")
         with open(self.config, "w") as f:
             f.write(f"[server]\nhosts = 127.0.0.1:{self.port}\n[auth]\ntype = htpasswd\n"
@@ -157,17 +169,8 @@ class World(contextlib.ExitStack):
         self.callback(stop_process, bus)
         with bus.stdout:
             env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
-        keyring_home = os.path.join(self.tmp, "keyring")
-        keyring = subprocess.Popen(["gnome-keyring-daemon", "--unlock", "--components=secrets", "--foreground"],
-                                   env=dict(env, HOME=keyring_home, XDG_DATA_HOME=keyring_home),
-                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        keyring.stdin.write(b"test keyring password")
-        keyring.stdin.close()
-        self.callback(stop_process, keyring)
-        with bus_at(env["DBUS_SESSION_BUS_ADDRESS"]) as session:
-            wait_until(lambda: session.name_has_owner("org.freedesktop.secrets"), 20, "the keyring")
+        start_keyring(self, env, os.path.join(self.tmp, "keyring"))
         self.env = env
-        self.keyring = keyring
         self.server = Radicale(self.tmp)
         self.callback(self.server.stop)
         return self
@@ -176,6 +179,10 @@ class World(contextlib.ExitStack):
         return Home(self, name)
 
     def phone(self, url=None):
-        import caldav
-        client = caldav.DAVClient(url or self.server.url, username=USER, password=PASSWORD)
-        return client.principal()
+        return phone(url or self.server.url)
+
+
+def phone(url, password=PASSWORD):
+    """A second CalDAV client, as a phone's task app is."""
+    import caldav
+    return caldav.DAVClient(url, username=USER, password=password).principal()

@@ -12,7 +12,11 @@ import time
 import unittest
 import urllib.request
 
-from sync_world import PASSWORD, USER, NoSyncTokens, World
+import contextlib
+import tempfile
+
+from harness import Desktop, wait_until
+from sync_world import PASSWORD, USER, NoSyncTokens, Radicale, World, phone, start_keyring
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "bench"))
 import seed_store  # noqa: E402
@@ -173,6 +177,77 @@ class SyncTest(unittest.TestCase):
         self.assertEqual(len(uids), 400)
         desk = self.connected("desk")
         self.assertEqual(desk.ideas(), laptop.ideas())
+
+
+class SyncRoadTest(unittest.TestCase):
+    """Connecting from the settings sheet, and ideas going both ways while the program runs."""
+
+    # Typed through xdotool, which cannot type Arabic reliably into a field it cannot read back.
+    ROAD_PASSWORD = "road-password-7"
+
+    def setUp(self):
+        self.desktop = self.enterContext(Desktop(self.id().split(".", 1)[1]))
+        tmp = self.enterContext(tempfile.TemporaryDirectory(prefix="fikranest-road-"))
+        stack = self.enterContext(contextlib.ExitStack())
+        start_keyring(stack, self.desktop.base_env(), os.path.join(tmp, "keyring"))
+        self.server = Radicale(tmp, self.ROAD_PASSWORD)
+        self.addCleanup(self.server.stop)
+        self.app = self.desktop.app()
+        self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\nuserName=سارة\n")
+
+    def type_password(self, text):
+        self.assertTrue(self.app._query("focus", name="", role="password text"))
+        self.desktop.xdotool("key", "--clearmodifiers", "ctrl+a", "BackSpace")
+        self.desktop.xdotool("type", "--delay", "40", text)
+
+    def shot_of_the_card(self, step):
+        # The card is below the fold of the settings sheet.
+        self.desktop.xdotool("mousemove", "200", "400", "click", "--repeat", "10", "5")
+        time.sleep(0.5)
+        self.desktop.screenshot(step)
+
+    def phone_tasks(self):
+        lists = [c for c in phone(self.server.url, self.ROAD_PASSWORD).calendars() if c.name == LIST]
+        return {str(t.icalendar_component["summary"]) for t in lists[0].todos(include_completed=True)} if lists else set()
+
+    def test_connect_in_the_settings_then_ideas_go_both_ways(self):
+        self.app.start()
+        self.app.press("الإعدادات")
+        self.app.wait_find("🔄 المزامنة")
+        self.shot_of_the_card("sync-card-off")
+        self.app.press("اربط حسابك 🔗")
+        self.app.type_text(self.server.url, name="https://cloud.example.com")
+        self.app.type_text(USER, name="اسم المستخدم")
+        self.type_password("wrong")
+        self.app.press("اربط 🔗")
+        self.app.wait_find("اسم المستخدم أو كلمة السر غلط 🔑")
+        self.desktop.screenshot("sync-sheet-wrong-password")
+        self.type_password(self.ROAD_PASSWORD)
+        self.app.press("اربط 🔗")
+        self.app.wait_find("وين نحط أفكارك؟")
+        self.desktop.screenshot("sync-sheet-lists")
+        self.app.press("قائمة جديدة: الفكرون")
+        self.app.wait_find("المزامنة مع 127.0.0.1 شغّالة ✅")
+        wait_until(lambda: LIST in [c.name for c in phone(self.server.url, self.ROAD_PASSWORD).calendars()],
+                   30, "the new list on the server")
+        self.shot_of_the_card("sync-card-on")
+        self.app.press("إغلاق")
+
+        self.app.click_tray_icon()
+        self.app.type_text("من اللوحة", name="فكرة سريعة")
+        self.app.press("احفظ")
+        wait_until(lambda: "من اللوحة" in self.phone_tasks(), 30, "the panel's idea on the server")
+
+        lists = [c for c in phone(self.server.url, self.ROAD_PASSWORD).calendars() if c.name == LIST]
+        lists[0].save_todo(ical=PHONE_TASK)
+        self.assertEqual(self.app.run_again("--sync"), 0)
+        self.app.wait_find("من الجوال")
+
+        self.server.stop()
+        self.assertEqual(self.app.run_again("--sync"), 1)
+        self.app.press("الإعدادات")
+        self.app.wait_find("المزامنة واقفة: ما فيه نت 🌐")
+        self.shot_of_the_card("sync-card-offline")
 
 
 if __name__ == "__main__":
