@@ -76,29 +76,45 @@ bool IdeaActions::applySynced(const QList<SyncChange> &changes)
 {
     if (!m_store)
         return false;
+    // One commit for the whole batch, so a sync of thousands waits on the disk once per
+    // batch; the reminders follow only what the commit kept.
+    QList<std::function<void()>> reminders;
+    if (!m_store->batch([&] { return applyEach(changes, reminders); }))
+        return false;
+    for (const auto &reminder : std::as_const(reminders))
+        reminder();
+    return true;
+}
+
+bool IdeaActions::applyEach(const QList<SyncChange> &changes, QList<std::function<void()>> &reminders)
+{
+    const auto cancel = [this](const Idea &idea) {
+        if (m_notifications)
+            ReminderNotifications::cancelNotification(idea.idText(), *m_notifications);
+    };
     for (const SyncChange &change : changes) {
         Idea idea = change.idea;
         switch (change.kind) {
         case SyncChange::Kind::add:
             if (!m_store->insert(idea))
                 return false;
-            scheduleIfAhead(idea);
+            reminders << [this, idea] { scheduleIfAhead(idea); };
             break;
         case SyncChange::Kind::edit: {
             const std::optional<Idea> before = m_store->find(idea.recordId(), idea.id);
             if (m_store->update(idea) == IdeaStore::Write::failed)
                 return false;
-            const bool moved = !before || before->hasReminder != idea.hasReminder
-                || before->reminderDate != idea.reminderDate;
-            if (moved && m_notifications) {
-                ReminderNotifications::cancelNotification(idea.idText(), *m_notifications);
-                scheduleIfAhead(idea);
-            }
+            if (!before || before->hasReminder != idea.hasReminder || before->reminderDate != idea.reminderDate)
+                reminders << [this, cancel, idea] {
+                    cancel(idea);
+                    scheduleIfAhead(idea);
+                };
             break;
         }
         case SyncChange::Kind::remove:
-            if (remove(idea) == IdeaStore::Write::failed)
+            if (m_store->remove(idea) == IdeaStore::Write::failed)
                 return false;
+            reminders << [cancel, idea] { cancel(idea); };
             break;
         }
     }

@@ -45,6 +45,7 @@ public:
 
 private:
     void scheduleIfAhead(const Idea &idea);
+    bool applyEach(const QList<SyncChange> &changes, QList<std::function<void()>> &reminders);
     QString setStatusOf(qint64 recordId, const QString &id, const QString &status);
 
     QPointer<IdeaStore> m_store;

@@ -166,6 +166,33 @@ bool IdeaStore::exec(sqlite3_stmt *statement)
     return rc == SQLITE_DONE || failed();
 }
 
+bool IdeaStore::batch(const std::function<bool()> &writes)
+{
+    if (m_batch)
+        return writes();
+    if (!run(m_db, "BEGIN IMMEDIATE"))
+        return failed();
+    m_batch.emplace();
+    const bool written = writes() && (run(m_db, "COMMIT") || failed());
+    if (!written)
+        run(m_db, "ROLLBACK");
+    const QList<std::function<void()>> announcements = std::move(*m_batch);
+    m_batch.reset();
+    if (written) {
+        for (const auto &announce : announcements)
+            announce();
+    }
+    return written;
+}
+
+void IdeaStore::announce(std::function<void()> signal)
+{
+    if (m_batch)
+        m_batch->append(std::move(signal));
+    else
+        signal();
+}
+
 bool IdeaStore::failed()
 {
     qWarning("IdeaStore: %s", sqlite3_errmsg(m_db));
@@ -190,7 +217,7 @@ bool IdeaStore::insert(Idea &idea)
     if (!exec(statement))
         return false;
     idea.m_recordId = sqlite3_last_insert_rowid(m_db);
-    emit inserted(idea);
+    announce([this, idea] { emit inserted(idea); });
     return true;
 }
 
@@ -219,7 +246,7 @@ IdeaStore::Write IdeaStore::update(const Idea &idea)
         bindFields(statement, idea, 1);
     const Write result = changeOne(statement, idea, 10);
     if (result == Write::done)
-        emit updated(idea);
+        announce([this, idea] { emit updated(idea); });
     return result;
 }
 
@@ -230,7 +257,7 @@ IdeaStore::Write IdeaStore::remove(const Idea &idea)
     sqlite3_stmt *statement = prepared(DeleteSlot, "DELETE FROM Idea WHERE id = ? AND rowid = ?");
     const Write result = changeOne(statement, idea, 1);
     if (result == Write::done)
-        emit removed(idea);
+        announce([this, idea] { emit removed(idea); });
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <QObject>
 
 #include <array>
+#include <functional>
 #include <memory>
 
 struct sqlite3;
@@ -42,6 +43,9 @@ public:
     // deleted idea can never land on a newer one that reuses the row.
     Write update(const Idea &idea);
     Write remove(const Idea &idea);
+    // Several writes in one commit: all of them or none. Their signals follow the commit,
+    // so no list shows what a rolled-back batch never stored.
+    bool batch(const std::function<bool()> &writes);
     // What to tell the user when a write did not happen; "" when it did.
     static QString messageFor(Write result);
 
@@ -86,8 +90,10 @@ private:
     bool exec(sqlite3_stmt *statement);
     Write changeOne(sqlite3_stmt *statement, const Idea &idea, int idIndex);
     bool failed();
+    void announce(std::function<void()> signal);
 
     sqlite3 *m_db = nullptr;
     QString m_path;
     mutable std::array<sqlite3_stmt *, 4> m_statements{};
+    std::optional<QList<std::function<void()>>> m_batch;
 };
