@@ -138,9 +138,10 @@ struct SyncEngine::Pass
     bool serverChanges(QList<CalDavClient::Resource> &changed, QList<QUrl> &removed, QByteArray &token)
     {
         CalDavClient::Changes found;
-        CalDavClient::Error error = engine.m_client.syncCollection(list, engine.m_ledger.syncToken(), found);
+        QByteArray from = engine.m_ledger.syncToken();
+        CalDavClient::Error error = engine.m_client.syncCollection(list, from, found);
         if (error.failure == Failure::invalidToken)
-            error = engine.m_client.syncCollection(list, {}, found);
+            error = engine.m_client.syncCollection(list, from = {}, found);
         if (!error) {
             token = found.token;
             removed = found.removed;
@@ -150,7 +151,7 @@ struct SyncEngine::Pass
                     changed << resource;
             }
             // A first listing names everything there is: what the ledger knows beyond it is gone.
-            if (engine.m_ledger.syncToken().isEmpty())
+            if (from.isEmpty())
                 removed += missingFrom(found.changed);
             return true;
         }

@@ -4,11 +4,11 @@
 #include "AppSettings.h"
 #include "IdeaStore.h"
 #include "QmlSingleton.h"
+#include "StoreSyncTarget.h"
 #include "SyncLedger.h"
 #include "SyncPassword.h"
 
 #include <QNetworkInformation>
-#include <QSemaphore>
 
 #include <chrono>
 
@@ -20,51 +20,6 @@ constexpr auto soonAfterChange = 2s;
 constexpr auto everyWhile = 5min;
 constexpr auto firstRetry = 30s;
 constexpr auto lastRetry = 30min;
-
-// The ideas as a pass sees them from the sync thread: read through a connection of its
-// own, so the window never waits on the reading, and written on the thread that owns the
-// store, one batch at a time, so every list follows and no frame waits long.
-class StoreTarget : public SyncEngine::Target
-{
-public:
-    StoreTarget(const QString &storePath, QObject *owner, std::function<bool(const QList<SyncChange> &)> apply,
-                std::shared_ptr<std::atomic_bool> stopping)
-        : m_storePath(storePath), m_owner(owner), m_apply(std::move(apply)), m_stopping(std::move(stopping))
-    {
-    }
-
-    QList<Idea> ideas() override
-    {
-        IdeaStore::Opening opening = IdeaStore::open(m_storePath);
-        return opening.store ? opening.store->allIdeas() : QList<Idea>();
-    }
-
-    bool apply(const QList<SyncChange> &changes) override
-    {
-        // Shared with the call, which may outlive this wait when the program is closing.
-        struct Call
-        {
-            QSemaphore done;
-            bool ok = false;
-        };
-        auto call = std::make_shared<Call>();
-        QMetaObject::invokeMethod(m_owner, [call, changes, apply = m_apply] {
-            call->ok = apply(changes);
-            call->done.release();
-        });
-        while (!call->done.tryAcquire(1, 100)) {
-            if (*m_stopping)
-                return false;
-        }
-        return call->ok;
-    }
-
-private:
-    QString m_storePath;
-    QObject *m_owner;
-    std::function<bool(const QList<SyncChange> &)> m_apply;
-    std::shared_ptr<std::atomic_bool> m_stopping;
-};
 
 } // namespace
 
@@ -233,7 +188,7 @@ void SyncService::runPass()
             report.ledgerFailed = true;
         } else {
             CalDavClient client({QUrl::fromUserInput(account.server), account.user, account.password});
-            StoreTarget target(storePath, this, apply, stopping);
+            StoreSyncTarget target(storePath, this, apply, stopping);
             report = SyncEngine(client, *opening.ledger, target).run(QUrl(account.list));
         }
         QMetaObject::invokeMethod(this, [this, report] { finishPass(report); });

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -193,7 +194,9 @@ QByteArray withoutStrayEnds(const QByteArray &ics)
             qsizetype cut = 0;
             while (cut < line.size() && line[cut] != ';' && line[cut] != ':' && line[cut] != '\r' && line[cut] != '\n')
                 ++cut;
-            const QByteArrayView name = line.first(cut).trimmed();
+            // Without a separator the parser sees no name at all.
+            const bool named = cut < line.size() && (line[cut] == ';' || line[cut] == ':');
+            const QByteArrayView name = named ? line.first(cut).trimmed() : QByteArrayView();
             if (name.size() == 5 && qstrnicmp(name.data(), "BEGIN", 5) == 0) {
                 ++level;
             } else if (name.size() == 3 && qstrnicmp(name.data(), "END", 3) == 0) {
@@ -411,6 +414,35 @@ bool isTameTimezone(icalcomponent *vtimezone)
     return true;
 }
 
+// libical 3.0 expands a zone's rules through its ICU-backed recurrence iterator, some ten
+// microseconds an occurrence, and Outlook's zones start their rules in 1601. The same few
+// zones come with every task of a list, so they are kept, expanded, by their text. libical
+// guards a zone's expansion and lookups with its own lock, so threads can share them.
+std::shared_ptr<icaltimezone> sharedZone(icalcomponent *vtimezone)
+{
+    static std::mutex mutex;
+    static std::map<QByteArray, std::shared_ptr<icaltimezone>> zones; // under `mutex`
+    const QByteArray text = takeText(icalcomponent_as_ical_string_r(vtimezone));
+    const std::lock_guard lock(mutex);
+    if (const auto known = zones.find(text); known != zones.end())
+        return known->second;
+    icaltimezone *made = icaltimezone_new();
+    if (!made)
+        return nullptr;
+    const std::shared_ptr<icaltimezone> zone(made, [](icaltimezone *z) { icaltimezone_free(z, 1); });
+    // The zone owns the clone once it took it; icaltimezone_free(z, 1) frees it then.
+    icalcomponent *clone = icalcomponent_new_clone(vtimezone);
+    if (!icaltimezone_set_component(made, clone)) {
+        if (icaltimezone_get_component(made) != clone)
+            freeTree(clone);
+        return nullptr;
+    }
+    if (zones.size() >= 32)
+        zones.clear();
+    zones.emplace(text, zone);
+    return zone;
+}
+
 // Reads the instants of DATE and DATE-TIME values, resolving TZID parameters against the
 // object's own VTIMEZONEs, then libical's built-in zones.
 class Times
@@ -420,13 +452,6 @@ public:
         : m_calendar(calendar), m_zone(zone.isValid() ? zone : QTimeZone::utc())
     {
     }
-    ~Times()
-    {
-        for (icaltimezone *zone : m_made)
-            icaltimezone_free(zone, 1);
-    }
-    Times(const Times &) = delete;
-    Times &operator=(const Times &) = delete;
 
     // The instant `time` of `property` stands for, UTC. Empty for a null time; empty with
     // `invalid` set for a date that is not on any calendar (libical takes 20241345T256000Z).
@@ -511,14 +536,9 @@ private:
                 continue;
             if (!isTameTimezone(vtimezone))
                 return nullptr;
-            icaltimezone *zone = icaltimezone_new();
-            if (!zone)
-                return nullptr;
-            m_made.push_back(zone);
-            // The zone owns the clone from here; icaltimezone_free(zone, 1) frees it.
-            if (!icaltimezone_set_component(zone, icalcomponent_new_clone(vtimezone)))
-                return nullptr;
-            return zone;
+            std::shared_ptr<icaltimezone> zone = sharedZone(vtimezone);
+            m_held.push_back(zone);
+            return zone.get();
         }
         return nullptr;
     }
@@ -550,7 +570,7 @@ private:
     icalcomponent *m_calendar;
     QTimeZone m_zone;
     std::map<QByteArray, icaltimezone *> m_zones;
-    std::vector<icaltimezone *> m_made;
+    std::vector<std::shared_ptr<icaltimezone>> m_held;
 };
 
 // A duration in seconds, without libical's int arithmetic (which overflows on P9999999W).
