@@ -68,18 +68,24 @@ class Radicale:
         stop_process(self.process)
 
 
-class NoSyncTokens:
-    """A proxy in front of the server that refuses the sync-collection report, as servers
-    without sync tokens do."""
+class Proxy:
+    """A proxy in front of the server: with `tokens` false it refuses the sync-collection
+    report, as servers without sync tokens do; `before_write`, when set, runs once just
+    before the first conditional write goes through, as another device writing first."""
 
-    def __init__(self, upstream):
+    def __init__(self, upstream, tokens=True, before_write=None):
         port = free_port()
         self.url = f"http://127.0.0.1:{port}/"
+        self.before_write = before_write
+        proxy = self
 
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_any(self):
                 body = self.rfile.read(int(self.headers.get("Content-Length") or 0))
-                if self.command == "REPORT" and b"sync-collection" in body:
+                if self.command == "PUT" and "If-Match" in self.headers and proxy.before_write:
+                    proxy.before_write, run = None, proxy.before_write
+                    run()
+                if self.command == "REPORT" and b"sync-collection" in body and not tokens:
                     self.send_response(501)
                     self.send_header("Content-Length", "0")
                     self.end_headers()

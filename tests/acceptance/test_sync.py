@@ -16,7 +16,7 @@ import contextlib
 import tempfile
 
 from harness import Desktop, wait_until
-from sync_world import PASSWORD, USER, NoSyncTokens, Radicale, World, phone, start_keyring
+from sync_world import PASSWORD, USER, Proxy, Radicale, World, phone, start_keyring
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "bench"))
 import seed_store  # noqa: E402
@@ -147,8 +147,24 @@ class SyncTest(unittest.TestCase):
         self.assertIn("ما قدرنا نقرأ 1 من المهام اللي على السيرفر", laptop.sync())
         self.assertEqual(list(laptop.ideas()), ["قبل ما يطيح السيرفر"])
 
+    def test_a_write_refused_for_a_change_made_meanwhile_is_merged(self):
+        def phone_first():
+            task = self.phone_tasks()["الأصل"]
+            task.icalendar_component["categories"] = ["ملاحظة"]
+            task.save()
+        proxy = Proxy(self.world.server.url, before_write=phone_first)
+        self.addCleanup(proxy.close)
+        laptop = self.connected("laptop", proxy.url)
+        laptop.run("--add", "الأصل")
+        laptop.sync()
+        laptop.change("UPDATE Idea SET title = 'معدّل', updatedAt = ?", now_ms())
+        laptop.sync()
+        self.assertEqual(laptop.ideas()["معدّل"][0], "ملاحظة")
+        self.assertEqual(list(self.phone_tasks()), ["معدّل"])
+        self.assertIn("ملاحظة", self.phone_tasks()["معدّل"].data)
+
     def test_a_server_without_sync_tokens(self):
-        proxy = NoSyncTokens(self.world.server.url)
+        proxy = Proxy(self.world.server.url, tokens=False)
         self.addCleanup(proxy.close)
         laptop = self.connected("laptop", proxy.url)
         laptop.run("--add", "بدون توكن")
@@ -160,9 +176,15 @@ class SyncTest(unittest.TestCase):
         self.assertIn("من الجوال", laptop.ideas())
         self.assertIn("وصل من السيرفر 0 وانرسل له 0", laptop.sync())
 
-    def test_killed_mid_sync_twenty_times_loses_and_doubles_nothing(self):
+    def test_cut_short_twenty_times_loses_and_doubles_nothing(self):
         laptop = self.connected("laptop")
         seed_store.fill(os.path.dirname(laptop.database), 400)
+        # The server gone in the middle of a sync, then the sync killed at random moments.
+        sync = laptop.start("--sync")
+        time.sleep(0.5)
+        self.world.server.stop()
+        self.assertEqual(sync.wait(60), 1)
+        self.world.server.start()
         chance = random.Random(20)
         for _ in range(20):
             sync = laptop.start("--sync")
