@@ -147,6 +147,13 @@ class SyncTest(unittest.TestCase):
         self.assertIn("ما قدرنا نقرأ 1 من المهام اللي على السيرفر", laptop.sync())
         self.assertEqual(list(laptop.ideas()), ["قبل ما يطيح السيرفر"])
 
+        # The list deleted on the server stops sync and keeps the ideas; disconnecting too.
+        self.phone_list().delete()
+        self.assertEqual(laptop.run("--sync"), (1, "القائمة انحذفت من السيرفر 🤷"))
+        self.assertEqual(laptop.run("--sync-off"), (0, "انفصلت المزامنة، أفكارك باقية في جهازك 👍"))
+        self.assertEqual(laptop.run("--sync"), (1, "المزامنة مو مربوطة، اربطها أول 🔗"))
+        self.assertEqual(list(laptop.ideas()), ["قبل ما يطيح السيرفر"])
+
     def test_a_write_refused_for_a_change_made_meanwhile_is_merged(self):
         def phone_first():
             task = self.phone_tasks()["الأصل"]
