@@ -76,20 +76,27 @@ void SyncService::start(const QString &storePath, Applier apply, bool automatic)
         connect(store, &IdeaStore::updated, this, &SyncService::localChange);
         connect(store, &IdeaStore::removed, this, &SyncService::localChange);
     }
-    if (QNetworkInformation::loadBackendByFeatures(QNetworkInformation::Feature::Reachability)) {
-        connect(QNetworkInformation::instance(), &QNetworkInformation::reachabilityChanged, this,
-                [this](QNetworkInformation::Reachability reachability) {
-                    if (reachability == QNetworkInformation::Reachability::Online
-                        && m_failure == failureText(CalDavClient::Failure::offline))
-                        syncNow();
-                });
-    }
     loadAccount([this] {
         if (connected()) {
-            m_every.start();
+            keepWatching();
             syncNow();
         }
     });
+}
+
+void SyncService::keepWatching()
+{
+    m_every.start();
+    // Only a connected account has a network to wait for.
+    if (std::exchange(m_watchingNetwork, true)
+        || !QNetworkInformation::loadBackendByFeatures(QNetworkInformation::Feature::Reachability))
+        return;
+    connect(QNetworkInformation::instance(), &QNetworkInformation::reachabilityChanged, this,
+            [this](QNetworkInformation::Reachability reachability) {
+                if (reachability == QNetworkInformation::Reachability::Online
+                    && m_failure == failureText(CalDavClient::Failure::offline))
+                    syncNow();
+            });
 }
 
 void SyncService::stop()
@@ -205,7 +212,7 @@ void SyncService::finishPass(const SyncEngine::Report &report)
         m_lastSyncedAt = AppClock::now();
         setFailure(report.unreadable > 0 ? unreadableText(report.unreadable) : QString());
         if (m_automatic && !m_every.isActive())
-            m_every.start();
+            keepWatching();
     } else if (connected() && report.error) {
         setFailure(failureText(report.error.failure));
         scheduleRetry(report.error.failure);

@@ -97,6 +97,7 @@ private:
     void finishPass(const SyncEngine::Report &report);
     void scheduleRetry(CalDavClient::Failure failure);
     void localChange();
+    void keepWatching();
     template <typename Work>
     void onSyncThread(Work work);
     void setBusy(bool busy);
@@ -108,6 +109,7 @@ private:
     Applier m_apply;
     bool m_automatic = false;
     bool m_applying = false;
+    bool m_watchingNetwork = false;
     std::shared_ptr<std::atomic_bool> m_stopping = std::make_shared<std::atomic_bool>(false);
 
     struct Account
