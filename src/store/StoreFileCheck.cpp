@@ -49,9 +49,17 @@ std::optional<QStringList> ideaColumns(sqlite3 *db)
     return names;
 }
 
+QString checkIdeaTable(sqlite3 *db)
+{
+    const auto names = ideaColumns(db);
+    if (!names)
+        return StoreFileCheck::sqliteError(db);
+    return *names == columnNames ? QString() : QStringLiteral("its Idea table has unexpected columns");
+}
+
 // Checks an opened file without writing to it. Returns the reason it cannot be
 // used, or "" when it is usable; `empty` tells whether the schema must be made.
-QString inspect(sqlite3 *db, bool *empty)
+QString inspect(sqlite3 *db, const StoreFileCheck::Identity &identity, bool *empty)
 {
     const auto tables = queryInt(db, "SELECT count(*) FROM sqlite_master");
     if (!tables)
@@ -63,16 +71,11 @@ QString inspect(sqlite3 *db, bool *empty)
     *empty = *tables == 0;
     if (*empty)
         return {};
-    if (*appId != StoreFileCheck::applicationId)
-        return QStringLiteral("it is another program's database, not a Fikranest store");
-    if (*version > StoreFileCheck::schemaVersion)
+    if (*appId != identity.applicationId)
+        return QStringLiteral("it is another program's database, not %1").arg(QLatin1StringView(identity.name));
+    if (*version > identity.schemaVersion)
         return QStringLiteral("it was written by a newer version of Fikranest");
-    const auto names = ideaColumns(db);
-    if (!names)
-        return StoreFileCheck::sqliteError(db);
-    if (*names != columnNames)
-        return QStringLiteral("its Idea table has unexpected columns");
-    return {};
+    return identity.checkTables ? identity.checkTables(db) : QString();
 }
 
 // Root passes every access check, so for root the owner's bits alone say whether
@@ -151,7 +154,7 @@ QString refusalByHeader(const QString &path, qint64 size, bool journalled)
 // beside it the file is the whole store, and SQLite reads it as unchangeable, with
 // no locks and no journal files; otherwise a read-only connection reads the journal
 // too, and a shared-memory file it had to make is taken away again on refusal.
-QString refusalByContents(const QString &path, qint64 size, bool *empty)
+QString refusalByContents(const QString &path, qint64 size, const StoreFileCheck::Identity &identity, bool *empty)
 {
     const QString walPath = path + QStringLiteral("-wal");
     const QString shmPath = path + QStringLiteral("-shm");
@@ -167,7 +170,7 @@ QString refusalByContents(const QString &path, qint64 size, bool *empty)
         != SQLITE_OK)
         reason = db ? StoreFileCheck::sqliteError(db) : QStringLiteral("out of memory");
     else
-        reason = inspect(db, empty);
+        reason = inspect(db, identity, empty);
     sqlite3_close_v2(db);
     if (!reason.isEmpty() && !hadShm)
         QFile::remove(shmPath);
@@ -176,7 +179,12 @@ QString refusalByContents(const QString &path, qint64 size, bool *empty)
 
 } // namespace
 
-StoreFileCheck::Target StoreFileCheck::prepare(const QString &path)
+StoreFileCheck::Identity StoreFileCheck::storeIdentity()
+{
+    return {applicationId, schemaVersion, "a Fikranest store", &checkIdeaTable};
+}
+
+StoreFileCheck::Target StoreFileCheck::prepare(const QString &path, const Identity &identity)
 {
     Target target;
     const QFileInfo info(path);
@@ -207,7 +215,7 @@ StoreFileCheck::Target StoreFileCheck::prepare(const QString &path)
         const QString canonical = info.canonicalFilePath();
         target.empty = file.st_size == 0;
         if (!target.empty)
-            target.refusal = refusalByContents(canonical, file.st_size, &target.empty);
+            target.refusal = refusalByContents(canonical, file.st_size, identity, &target.empty);
         if (!target.refusal.isEmpty())
             return target;
         target.nativePath = QFile::encodeName(canonical);

@@ -22,9 +22,20 @@ struct Target
     QString refusal;       // why it cannot be ours; "" when it can
 };
 
+// What a database of ours carries: its marks, and what its tables must hold.
+struct Identity
+{
+    int applicationId;
+    int schemaVersion;
+    const char *name;                        // for a refusal: "a Fikranest store"
+    QString (*checkTables)(sqlite3 *db);     // "" when they are as expected; may be null
+};
+// The ideas store's.
+Identity storeIdentity();
+
 // Looks at what is at `path`, making an empty private file when there is nothing,
 // and makes the folder and the file private to the user when they are usable.
-Target prepare(const QString &path);
+Target prepare(const QString &path, const Identity &identity = storeIdentity());
 
 QString sqliteError(sqlite3 *db);
 

@@ -1,17 +1,13 @@
 #include "SyncLedger.h"
 
-#include <QDir>
+#include "StoreFileCheck.h"
+
 #include <QFile>
 #include <QFileInfo>
-#include <QUrl>
 
 #include <sqlite3.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -35,10 +31,6 @@ bool run(sqlite3 *db, const char *sql)
     return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
-QString sqliteError(sqlite3 *db)
-{
-    return QString::fromUtf8(sqlite3_errmsg(db));
-}
 
 QByteArray bytes(sqlite3_stmt *statement, int column)
 {
@@ -72,118 +64,11 @@ std::optional<SyncLedger::Entry> readEntry(sqlite3_stmt *statement)
     return SyncLedger::Entry{id, QString::fromUtf8(bytes(statement, 1)), bytes(statement, 2), bytes(statement, 3)};
 }
 
-std::optional<qint64> queryInt(sqlite3 *db, const char *sql)
-{
-    sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
-        return std::nullopt;
-    std::optional<qint64> value;
-    if (sqlite3_step(statement) == SQLITE_ROW)
-        value = sqlite3_column_int64(statement, 0);
-    sqlite3_finalize(statement);
-    return value;
-}
-
-// Reads an existing file as SQLite sees it without writing to it or beside it: with no
-// journal beside it, as unchangeable; otherwise read-only, taking away a shared-memory
-// file that had to be made for it when the file turns out not to be a ledger.
-QString refusalByContents(const QString &path, bool *empty)
-{
-    // SQLite itself takes some files too short for its header for new, empty databases.
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return file.errorString();
-    const QByteArray header = file.read(100);
-    if (!header.startsWith(QByteArray("SQLite format 3", 16)))
-        return QStringLiteral("it is not a database");
-    if (header.size() < 100)
-        return QStringLiteral("it is cut short: part of the database is missing");
-    file.close();
-
-    const QString shmPath = path + QStringLiteral("-shm");
-    const bool journalled = QFileInfo(path + QStringLiteral("-wal")).size() > 0;
-    const bool hadShm = QFileInfo::exists(shmPath);
-    const QByteArray uri = "file:" + QUrl::toPercentEncoding(QFileInfo(path).absoluteFilePath(), "/")
-        + (journalled ? "?mode=ro" : "?mode=ro&immutable=1");
-    sqlite3 *db = nullptr;
-    QString reason;
-    if (sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr)
-        != SQLITE_OK) {
-        reason = db ? sqliteError(db) : QStringLiteral("out of memory");
-    } else {
-        const auto tables = queryInt(db, "SELECT count(*) FROM sqlite_master");
-        const auto appId = queryInt(db, "PRAGMA application_id");
-        const auto version = queryInt(db, "PRAGMA user_version");
-        if (!tables || !appId || !version)
-            reason = sqliteError(db);
-        else if (*tables == 0 && *appId == 0 && *version == 0)
-            *empty = true;
-        else if (*appId != applicationId)
-            reason = QStringLiteral("it is another program's database, not a sync ledger");
-        else if (*version > schemaVersion)
-            reason = QStringLiteral("it was written by a newer version of the program");
-        else if (*version != schemaVersion)
-            reason = QStringLiteral("it is a sync ledger of an unknown version (%1)").arg(*version);
-    }
-    sqlite3_close_v2(db);
-    if (!reason.isEmpty() && !hadShm)
-        QFile::remove(shmPath);
-    return reason;
-}
-
-struct Target
-{
-    QByteArray nativePath; // a symbolic link followed, so the journal lands beside the file
-    bool created = false;
-    bool empty = false;
-    QString refusal;
-};
-
-// Made here rather than by SQLite so that the file, and the journal files that copy its
-// mode, are private from the first byte.
-Target prepare(const QString &path)
-{
-    Target target;
-    const QFileInfo info(path);
-    const QString folder = info.absolutePath();
-    if (!QFileInfo(folder).isDir() && !QDir().mkpath(folder)) {
-        target.refusal = QStringLiteral("cannot create the folder %1").arg(folder);
-        return target;
-    }
-    target.nativePath = QFile::encodeName(path);
-    struct stat entry{};
-    if (::lstat(target.nativePath.constData(), &entry) != 0) {
-        const int fd = ::open(target.nativePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd < 0) {
-            target.refusal = QString::fromLocal8Bit(strerror(errno));
-            return target;
-        }
-        ::close(fd);
-        target.created = target.empty = true;
-        return target;
-    }
-    // A FIFO would block the open, and SQLite's words for a folder or device name the wrong cause.
-    struct stat file{};
-    if (::stat(target.nativePath.constData(), &file) != 0)
-        target.refusal = QString::fromLocal8Bit(strerror(errno));
-    else if (!S_ISREG(file.st_mode))
-        target.refusal = QStringLiteral("it is not a regular file");
-    else if (file.st_size == 0)
-        target.empty = true;
-    else
-        target.refusal = refusalByContents(info.canonicalFilePath(), &target.empty);
-    if (target.refusal.isEmpty()) {
-        target.nativePath = QFile::encodeName(info.canonicalFilePath());
-        ::chmod(target.nativePath.constData(), 0600);
-    }
-    return target;
-}
-
 } // namespace
 
 SyncLedger::Opening SyncLedger::open(const QString &path)
 {
-    const Target target = prepare(path);
+    const StoreFileCheck::Target target = StoreFileCheck::prepare(path, {applicationId, schemaVersion, "a sync ledger", nullptr});
     if (!target.refusal.isEmpty())
         return {nullptr, target.refusal};
     std::array<sqlite3_stmt *, Slots> statements{};
@@ -199,19 +84,19 @@ SyncLedger::Opening SyncLedger::open(const QString &path)
     sqlite3 *db = nullptr;
     if (sqlite3_open_v2(target.nativePath.constData(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr)
         != SQLITE_OK)
-        return fail(db, db ? sqliteError(db) : QStringLiteral("out of memory"));
+        return fail(db, db ? StoreFileCheck::sqliteError(db) : QStringLiteral("out of memory"));
     if (sqlite3_db_readonly(db, "main") == 1)
         return fail(db, QStringLiteral("it is read-only"));
     sqlite3_busy_timeout(db, 5000);
     // As the store: a write that returned survives a crash of the process or the machine.
     if (!run(db, "PRAGMA journal_mode=WAL") || !run(db, "PRAGMA synchronous=FULL"))
-        return fail(db, sqliteError(db));
+        return fail(db, StoreFileCheck::sqliteError(db));
     if (target.empty) {
         const QByteArray schema = QByteArray("BEGIN IMMEDIATE;") + createTables
             + "PRAGMA application_id=" + QByteArray::number(applicationId) + ";"
             + "PRAGMA user_version=" + QByteArray::number(schemaVersion) + ";COMMIT;";
         if (!run(db, schema.constData())) {
-            const QString reason = sqliteError(db);
+            const QString reason = StoreFileCheck::sqliteError(db);
             run(db, "ROLLBACK");
             return fail(db, reason);
         }
@@ -231,7 +116,7 @@ SyncLedger::Opening SyncLedger::open(const QString &path)
     for (int slot = 0; slot < Slots; ++slot) {
         if (sqlite3_prepare_v3(db, sql[slot], -1, SQLITE_PREPARE_PERSISTENT, &statements[size_t(slot)], nullptr)
             != SQLITE_OK)
-            return fail(db, sqliteError(db));
+            return fail(db, StoreFileCheck::sqliteError(db));
     }
     for (const char *journal : {"-wal", "-shm"})
         ::chmod((target.nativePath + journal).constData(), 0600);
