@@ -49,7 +49,7 @@ public:
         bool ok() const { return !error && !ledgerFailed; }
     };
 
-    SyncEngine(CalDavClient &client, SyncLedger &ledger, Target &target, int batchSize = 200);
+    SyncEngine(CalDavClient &client, SyncLedger &ledger, Target &target, int batchSize = 50);
 
     Report run(const QUrl &list);
 
