@@ -16,21 +16,6 @@ namespace {
 const char *const columns = "id, title, body, category, status, hasReminder, reminderDate, "
                             "isVoiceNote, createdAt, updatedAt";
 
-// No column is unique or indexed. The record's identity is its rowid, which the table
-// is never vacuumed to renumber; SQLite hands a deleted row's rowid to the next insert,
-// so every write matches the random `id` as well.
-const char *const createTable = R"(CREATE TABLE Idea (
-    id TEXT NOT NULL,
-    title TEXT NOT NULL DEFAULT '',
-    body TEXT NOT NULL DEFAULT '',
-    category TEXT NOT NULL DEFAULT 'فكرة',
-    status TEXT NOT NULL DEFAULT 'active',
-    hasReminder INTEGER NOT NULL DEFAULT 0,
-    reminderDate INTEGER,
-    isVoiceNote INTEGER NOT NULL DEFAULT 0,
-    createdAt INTEGER NOT NULL,
-    updatedAt INTEGER NOT NULL))";
-
 enum Slot { InsertSlot, UpdateSlot, DeleteSlot, FindSlot };
 
 IdeaStore *sharedStore = nullptr;
@@ -108,7 +93,7 @@ IdeaStore::Opening IdeaStore::open(const QString &path)
     if (!run(db, "PRAGMA journal_mode=WAL") || !run(db, "PRAGMA synchronous=FULL"))
         return fail(db, StoreFileCheck::sqliteError(db));
     if (empty) {
-        const QByteArray schema = QByteArray("BEGIN IMMEDIATE;") + createTable + ";"
+        const QByteArray schema = QByteArray("BEGIN IMMEDIATE;") + StoreFileCheck::storeIdentity().schema + ";"
             + "PRAGMA application_id=" + QByteArray::number(StoreFileCheck::applicationId) + ";"
             + "PRAGMA user_version=" + QByteArray::number(StoreFileCheck::schemaVersion) + ";COMMIT;";
         if (!run(db, schema.constData())) {

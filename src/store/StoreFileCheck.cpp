@@ -21,8 +21,20 @@ QString StoreFileCheck::sqliteError(sqlite3 *db)
 
 namespace {
 
-const QStringList columnNames = {"id", "title", "body", "category", "status", "hasReminder",
-                                 "reminderDate", "isVoiceNote", "createdAt", "updatedAt"};
+// No column is unique or indexed. The record's identity is its rowid, which the table
+// is never vacuumed to renumber; SQLite hands a deleted row's rowid to the next insert,
+// so every write matches the random `id` as well.
+const char *const ideaSchema = R"(CREATE TABLE Idea (
+    id TEXT NOT NULL,
+    title TEXT NOT NULL DEFAULT '',
+    body TEXT NOT NULL DEFAULT '',
+    category TEXT NOT NULL DEFAULT 'فكرة',
+    status TEXT NOT NULL DEFAULT 'active',
+    hasReminder INTEGER NOT NULL DEFAULT 0,
+    reminderDate INTEGER,
+    isVoiceNote INTEGER NOT NULL DEFAULT 0,
+    createdAt INTEGER NOT NULL,
+    updatedAt INTEGER NOT NULL))";
 
 // A single integer from a pragma or query, or nullopt when the read fails.
 std::optional<qint64> queryInt(sqlite3 *db, const char *sql)
@@ -37,24 +49,53 @@ std::optional<qint64> queryInt(sqlite3 *db, const char *sql)
     return value;
 }
 
-std::optional<QStringList> ideaColumns(sqlite3 *db)
+// Every object of the schema with every column of every table, as one list of rows
+// in a fixed order; the statements' own text is left out, so spacing does not count.
+std::optional<QStringList> schemaShape(sqlite3 *db)
 {
+    static const char *const sql = R"(
+        SELECT m.type, m.name, m.tbl_name, c.cid, c.name, c.type, c."notnull", c.dflt_value, c.pk, c.hidden
+        FROM sqlite_schema AS m LEFT JOIN pragma_table_xinfo(m.name) AS c ON m.type = 'table'
+        ORDER BY m.type, m.name, c.cid)";
     sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(db, "PRAGMA table_info(Idea)", -1, &statement, nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
         return std::nullopt;
-    QStringList names;
-    while (sqlite3_step(statement) == SQLITE_ROW)
-        names << QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, 1)));
-    sqlite3_finalize(statement);
-    return names;
+    QStringList rows;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        QStringList row;
+        for (int column = 0; column < sqlite3_column_count(statement); ++column)
+            row << (sqlite3_column_type(statement, column) == SQLITE_NULL
+                        ? QStringLiteral("\\N")
+                        : QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(statement, column))));
+        rows << row.join(QChar(0x1f));
+    }
+    const bool read = sqlite3_finalize(statement) == SQLITE_OK;
+    return read ? std::optional(rows) : std::nullopt;
 }
 
-QString checkIdeaTable(sqlite3 *db)
+// What the identity's statements make, in a database that lives only in memory.
+std::optional<QStringList> expectedShape(const StoreFileCheck::Identity &identity)
 {
-    const auto names = ideaColumns(db);
-    if (!names)
+    sqlite3 *db = nullptr;
+    std::optional<QStringList> shape;
+    if (sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY, nullptr) == SQLITE_OK
+        && sqlite3_exec(db, identity.schema, nullptr, nullptr, nullptr) == SQLITE_OK)
+        shape = schemaShape(db);
+    sqlite3_close_v2(db);
+    return shape;
+}
+
+QString checkSchema(sqlite3 *db, const StoreFileCheck::Identity &identity)
+{
+    const auto found = schemaShape(db);
+    if (!found)
         return StoreFileCheck::sqliteError(db);
-    return *names == columnNames ? QString() : QStringLiteral("its Idea table has unexpected columns");
+    const auto expected = expectedShape(identity);
+    if (!expected)
+        return QStringLiteral("out of memory");
+    return *found == *expected
+        ? QString()
+        : QStringLiteral("its tables are not the ones Fikranest makes (something was added to them or changed)");
 }
 
 // Checks an opened file without writing to it. Returns the reason it cannot be
@@ -75,7 +116,7 @@ QString inspect(sqlite3 *db, const StoreFileCheck::Identity &identity, bool *emp
         return QStringLiteral("it is another program's database, not %1").arg(QLatin1StringView(identity.name));
     if (*version > identity.schemaVersion)
         return QStringLiteral("it was written by a newer version of Fikranest");
-    return identity.checkTables ? identity.checkTables(db) : QString();
+    return checkSchema(db, identity);
 }
 
 // Root passes every access check, so for root the owner's bits alone say whether
@@ -181,7 +222,7 @@ QString refusalByContents(const QString &path, qint64 size, const StoreFileCheck
 
 StoreFileCheck::Identity StoreFileCheck::storeIdentity()
 {
-    return {applicationId, schemaVersion, "a Fikranest store", &checkIdeaTable};
+    return {applicationId, schemaVersion, "a Fikranest store", ideaSchema};
 }
 
 StoreFileCheck::Target StoreFileCheck::prepare(const QString &path, const Identity &identity)

@@ -22,13 +22,15 @@ struct Target
     QString refusal;       // why it cannot be ours; "" when it can
 };
 
-// What a database of ours carries: its marks, and what its tables must hold.
+// What a database of ours carries: its marks, and the statements that make its schema.
+// A file holding anything those statements do not make (a trigger, a view, an index,
+// another table or column) is refused, so nothing planted there runs on our writes.
 struct Identity
 {
     int applicationId;
     int schemaVersion;
-    const char *name;                        // for a refusal: "a Fikranest store"
-    QString (*checkTables)(sqlite3 *db);     // "" when they are as expected; may be null
+    const char *name;   // for a refusal: "a Fikranest store"
+    const char *schema; // CREATE statements, separated by semicolons
 };
 // The ideas store's.
 Identity storeIdentity();

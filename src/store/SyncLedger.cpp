@@ -68,7 +68,7 @@ std::optional<SyncLedger::Entry> readEntry(sqlite3_stmt *statement)
 
 SyncLedger::Opening SyncLedger::open(const QString &path)
 {
-    const StoreFileCheck::Target target = StoreFileCheck::prepare(path, {applicationId, schemaVersion, "a sync ledger", nullptr});
+    const StoreFileCheck::Target target = StoreFileCheck::prepare(path, {applicationId, schemaVersion, "a sync ledger", createTables});
     if (!target.refusal.isEmpty())
         return {nullptr, target.refusal};
     std::array<sqlite3_stmt *, Slots> statements{};

@@ -39,18 +39,24 @@ class ShellTest(unittest.TestCase):
             return db.execute(query).fetchall()
 
     def test_refuses_a_foreign_store_untouched_and_a_first_run_shows_itself(self):
-        os.makedirs(os.path.dirname(self.app.database_path), mode=0o700)
-        garbage = b"not an ideas database\n" * 400
-        with open(self.app.database_path, "wb") as f:
-            f.write(garbage)
-        self.assertNotEqual(self.app.run_again(), 0)
+        # Our own store with a trigger planted in it, that would empty it on the next write.
+        self.assertEqual(self.app.run_again("--add", "أول فكرة"), 0, self.app.output())
+        with contextlib.closing(sqlite3.connect(self.app.database_path)) as db:
+            db.execute("CREATE TRIGGER wipe AFTER INSERT ON Idea BEGIN DELETE FROM Idea; END")
+            db.commit()
         with open(self.app.database_path, "rb") as f:
-            self.assertEqual(f.read(), garbage)
-        self.assertEqual(os.listdir(os.path.dirname(self.app.database_path)), ["Fikranest.sqlite"])
-        errors = [line for line in self.app.output().splitlines() if "fikranest:" in line]
-        self.assertEqual(len(errors), 1, self.app.output())
-        self.assertIn(self.app.database_path, errors[0])
-        self.assertIn("not a database", errors[0])
+            planted = f.read()
+        garbage = b"not an ideas database\n" * 400
+        for contents, reason in [(planted, "its tables are not the ones Fikranest makes"), (garbage, "not a database")]:
+            with open(self.app.database_path, "wb") as f:
+                f.write(contents)
+            self.assertNotEqual(self.app.run_again("--add", "ثانية"), 0)
+            with open(self.app.database_path, "rb") as f:
+                self.assertEqual(f.read(), contents)
+            self.assertEqual(os.listdir(os.path.dirname(self.app.database_path)), ["Fikranest.sqlite"])
+            errors = [line for line in self.app.output().splitlines() if "fikranest:" in line]
+            self.assertIn(self.app.database_path, errors[-1])
+            self.assertIn(reason, errors[-1])
 
         # Nobody could find a program that never showed itself even once.
         os.remove(self.app.database_path)
