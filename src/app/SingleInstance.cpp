@@ -1,14 +1,17 @@
 #include "SingleInstance.h"
 
-#include <QDataStream>
-#include <QDateTime>
+#include "HandOverMessage.h"
+
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QScopeGuard>
 #include <QSocketNotifier>
 #include <QStandardPaths>
+#include <QPointer>
+#include <QSaveFile>
 #include <QThread>
-#include <QtEndian>
+#include <QTimer>
 
 #include <algorithm>
 #include <cerrno>
@@ -22,21 +25,61 @@
 
 namespace {
 
-QString runtimeFolder(const QString &folder)
-{
-    if (!folder.isEmpty())
-        return folder;
-    const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    return runtime.isEmpty() ? QDir::tempPath() : runtime;
-}
-
 constexpr int attemptPauseMs = 100;
 constexpr char acknowledgement = '\x06';
 constexpr char refusal = '\x15';
-// A message travels as a QDataStream QByteArray: its length, big-endian, then its bytes.
-constexpr qsizetype lengthBytes = 4;
 // A running instance's answer is one status byte and one short line.
 constexpr qsizetype maxLineBytes = 4096;
+// A later launch sends its message at once; one that trickles, or never finishes, is
+// dropped after this long, and no more than this many are heard at a time.
+constexpr int callerLimitMs = 5'000;
+constexpr qsizetype maxUnheard = 8;
+
+// Only this user can reach into it: theirs, and closed to everyone else.
+bool isPrivate(const QString &folder)
+{
+    struct stat entry = {};
+    return !folder.isEmpty() && ::lstat(QFile::encodeName(folder).constData(), &entry) == 0 && S_ISDIR(entry.st_mode)
+        && entry.st_uid == ::geteuid() && (entry.st_mode & 077) == 0;
+}
+
+// The runtime folder when it is the user's alone; without one (cron, su, ssh without a
+// login session) a folder in their own cache, never one shared with other users.
+QString socketFolder(const QString &runtimeFolder)
+{
+    const QString runtime = runtimeFolder.isEmpty() ? qEnvironmentVariable("XDG_RUNTIME_DIR") : runtimeFolder;
+    if (isPrivate(runtime))
+        return runtime;
+    const QString own = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)
+        + QStringLiteral("/Fikranest");
+    QDir().mkpath(own);
+    ::chmod(QFile::encodeName(own).constData(), S_IRWXU);
+    return isPrivate(own) ? own : QString();
+}
+
+// One socket per store: two stores of one user each have their own running instance.
+QString socketName(const QString &storeFolder)
+{
+    const QByteArray hash = QCryptographicHash::hash(QFile::encodeName(QDir(storeFolder).absolutePath()),
+                                                     QCryptographicHash::Sha256);
+    return QStringLiteral("fikranest-%1.socket").arg(QString::fromLatin1(hash.toHex().left(16)));
+}
+
+// The user id of the process at the other end of a connected Unix socket.
+std::optional<uid_t> peerUser(int fd)
+{
+    ucred credentials = {};
+    socklen_t size = sizeof(credentials);
+    if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0 || size != sizeof(credentials))
+        return std::nullopt;
+    return credentials.uid;
+}
+
+bool fromThisUser(int fd)
+{
+    const std::optional<uid_t> user = peerUser(fd);
+    return user && *user == ::geteuid();
+}
 
 int remainingMs(const QDeadlineTimer &deadline)
 {
@@ -72,27 +115,44 @@ QString failure(const char *what)
     return QStringLiteral("%1: %2").arg(QLatin1StringView(what), qt_error_string(errno));
 }
 
-// A later launch's connection, closed with the watcher that owns it.
-struct Caller
+} // namespace
+
+// A later launch's connection: open until the last of its watcher and its reply lets go.
+struct SingleInstance::Caller
 {
     explicit Caller(int fd) : fd(fd) {}
     Caller(const Caller &) = delete;
     Caller &operator=(const Caller &) = delete;
     ~Caller() { ::close(fd); }
 
+    // Stops listening to it; a reply on its way may still be sent.
+    void hangUp()
+    {
+        if (!watcher)
+            return;
+        watcher->setEnabled(false);
+        watcher->deleteLater();
+        watcher = nullptr;
+    }
+
     int fd;
-    QByteArray received;
-    bool answered = false;
+    HandOverMessage message;
+    QPointer<QSocketNotifier> watcher;
 };
 
-} // namespace
-
-SingleInstance::SingleInstance(const QString &folder, QObject *parent)
+SingleInstance::SingleInstance(const QString &storeFolder, const QString &runtimeFolder, QObject *parent)
     : QObject(parent),
-      m_socketPath(runtimeFolder(folder) + QStringLiteral("/fikranest.socket")),
-      m_lock(runtimeFolder(folder) + QStringLiteral("/fikranest.lock"))
+      m_notePath(storeFolder + QStringLiteral("/fikranest.instance")),
+      m_socketPath(socketFolder(runtimeFolder)),
+      m_lock(storeFolder + QStringLiteral("/fikranest.lock"))
 {
     m_lock.setStaleLockTime(0);
+    if (!m_socketPath.isEmpty())
+        m_socketPath += u'/' + socketName(storeFolder);
+    // The store's own folder, private as the store makes it, so that the lock can be taken
+    // before the store is opened.
+    if (QDir().mkpath(storeFolder))
+        ::chmod(QFile::encodeName(storeFolder).constData(), S_IRWXU);
 }
 
 SingleInstance::~SingleInstance()
@@ -101,7 +161,14 @@ SingleInstance::~SingleInstance()
         return;
     m_listening.reset();
     ::close(m_listener);
-    QFile::remove(m_socketPath);
+    forget();
+}
+
+void SingleInstance::forget()
+{
+    QFile::remove(m_notePath);
+    if (!m_socketPath.isEmpty())
+        QFile::remove(m_socketPath);
 }
 
 SingleInstance::Role SingleInstance::claim(const QStringList &arguments, bool serve, int limitMs, QString *line)
@@ -118,11 +185,12 @@ SingleInstance::Role SingleInstance::claim(const QStringList &arguments, bool se
         case Answer::silent:
             return Role::unanswered;
         case Answer::none:
+        case Answer::stranger:
             break;
         }
         if (m_lock.tryLock(0)) {
             // Left behind by one that was killed.
-            QFile::remove(m_socketPath);
+            forget();
             if (!serve || listen())
                 return Role::primary;
             m_lock.unlock();
@@ -136,8 +204,12 @@ SingleInstance::Role SingleInstance::claim(const QStringList &arguments, bool se
 
 bool SingleInstance::listen()
 {
-    // Bound in a private folder beside it and moved into place, so that only this user
-    // can ever connect, even where the folder is shared (the temporary one).
+    if (m_socketPath.isEmpty()) {
+        m_error = QStringLiteral("no folder of this user's alone to hold the socket in");
+        return false;
+    }
+    // Bound in a private folder beside it and moved into place, so that it is never
+    // reachable by anyone else, even for a moment, and replaces one left by a crash at once.
     const QString pattern = m_socketPath + QStringLiteral(".XXXXXX");
     const std::optional<sockaddr_un> final = address(m_socketPath);
     if (!final || !address(pattern + QStringLiteral("/s"))) {
@@ -161,11 +233,17 @@ bool SingleInstance::listen()
         step = "listen";
     if (!step && ::rename(bound.constData(), final->sun_path) != 0)
         step = "rename";
+    // Where later launches, whatever their session, find it.
+    QSaveFile note(m_notePath);
+    if (!step && !(note.open(QIODevice::WriteOnly) && note.write(QFile::encodeName(m_socketPath)) >= 0 && note.commit()))
+        step = "write";
     if (step) {
-        m_error = failure(step);
+        m_error = qstrcmp(step, "write") == 0 ? QStringLiteral("%1: %2").arg(m_notePath, note.errorString())
+                                              : failure(step);
         if (listener >= 0)
             ::close(listener);
         ::unlink(bound.constData());
+        ::unlink(final->sun_path);
     }
     ::rmdir(folder.constData());
     if (step)
@@ -179,7 +257,10 @@ bool SingleInstance::listen()
 SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments, const QDeadlineTimer &deadline,
                                                 QString *line)
 {
-    const std::optional<sockaddr_un> server = address(m_socketPath);
+    QFile note(m_notePath);
+    if (!note.open(QIODevice::ReadOnly))
+        return Answer::none;
+    const std::optional<sockaddr_un> server = address(QFile::decodeName(note.read(sizeof(sockaddr_un::sun_path))));
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (!server || fd < 0)
         return Answer::none;
@@ -190,15 +271,16 @@ SingleInstance::Answer SingleInstance::handOver(const QStringList &arguments, co
             return Answer::none;
         QThread::msleep(std::min(10, remainingMs(deadline)));
     }
+    if (!fromThisUser(fd)) {
+        m_error = QStringLiteral("another user listens at %1").arg(QFile::decodeName(server->sun_path));
+        return Answer::stranger;
+    }
     // The moment this launch gives up, so that a running instance that wakes up later
     // does not carry out what the user was already told had failed.
-    const qint64 givesUpAt = QDateTime::currentMSecsSinceEpoch() + deadline.remainingTime();
-    QByteArray message;
-    QDataStream out(&message, QIODevice::WriteOnly);
-    out << arguments << givesUpAt;
-    QByteArray framed;
-    QDataStream frame(&framed, QIODevice::WriteOnly);
-    frame << message;
+    HandOverMessage message;
+    message.arguments = arguments;
+    message.givesUpAt = deadline.deadline();
+    const QByteArray framed = message.framed();
     for (qsizetype sent = 0; sent < framed.size();) {
         const ssize_t written = ::send(fd, framed.constData() + sent, size_t(framed.size() - sent), MSG_NOSIGNAL);
         if (written > 0)
@@ -235,64 +317,63 @@ void SingleInstance::accept()
                 continue;
             return;
         }
-        auto caller = std::make_shared<Caller>(fd);
-        auto *watcher = new QSocketNotifier(fd, QSocketNotifier::Read, this);
-        const auto hangUp = [watcher] {
-            watcher->setEnabled(false);
-            watcher->deleteLater();
-        };
-        connect(watcher, &QSocketNotifier::activated, this, [this, caller, hangUp] {
-            char buffer[4096];
-            for (;;) {
-                const ssize_t got = ::recv(caller->fd, buffer, sizeof(buffer), 0);
-                if (got > 0) {
-                    caller->received.append(buffer, got);
-                    continue;
-                }
-                if (got < 0 && errno == EINTR)
-                    continue;
-                if (got == 0 || errno != EAGAIN)
-                    return hangUp();
-                break;
-            }
-            if (caller->answered || caller->received.size() < lengthBytes)
-                return;
-            const quint32 length = qFromBigEndian<quint32>(caller->received.constData());
-            // All ones is how the stream writes a null array.
-            const qsizetype size = length == 0xFFFFFFFF ? 0 : qsizetype(length);
-            if (caller->received.size() - lengthBytes < size)
-                return;
-            caller->answered = true;
-            // The reply keeps the connection open until it is sent, however long the work takes.
-            const Reply reply = [caller, hangUp](bool done, const QString &line) {
-                const QByteArray answer = (done ? acknowledgement : refusal) + line.toUtf8();
-                for (qsizetype sent = 0; sent < answer.size();) {
-                    const ssize_t written = ::send(caller->fd, answer.constData() + sent,
-                                                   size_t(answer.size() - sent), MSG_NOSIGNAL);
-                    if (written > 0)
-                        sent += written;
-                    else if (errno != EINTR && (errno != EAGAIN || !await(caller->fd, POLLOUT, QDeadlineTimer(1000))))
-                        break;
-                }
-                hangUp();
-            };
-            if (!answer(caller->received.mid(lengthBytes, size), reply))
-                hangUp();
+        if (!fromThisUser(fd)) {
+            ::close(fd);
+            continue;
+        }
+        // A launch sends its message at once, so the one waiting longest makes room.
+        m_unheard.removeIf([](const std::weak_ptr<Caller> &waiting) { return waiting.expired(); });
+        if (m_unheard.size() >= maxUnheard)
+            m_unheard.takeFirst().lock()->hangUp();
+        const auto caller = std::make_shared<Caller>(fd);
+        m_unheard.append(caller);
+        caller->watcher = new QSocketNotifier(fd, QSocketNotifier::Read, this);
+        QTimer::singleShot(callerLimitMs, caller->watcher, [caller = std::weak_ptr(caller)] {
+            if (const auto waiting = caller.lock(); waiting && waiting->message.state() == HandOverMessage::State::incomplete)
+                waiting->hangUp();
         });
+        // The watcher's connection holds the caller; hanging up lets it go.
+        connect(caller->watcher, &QSocketNotifier::activated, this, [this, caller] { hear(caller); });
     }
 }
 
-bool SingleInstance::answer(const QByteArray &message, const Reply &reply)
+void SingleInstance::hear(const std::shared_ptr<Caller> &caller)
 {
-    QStringList arguments;
-    qint64 givesUpAt = 0;
-    QDataStream in(message);
-    in >> arguments >> givesUpAt;
-    if (in.status() != QDataStream::Ok || QDateTime::currentMSecsSinceEpoch() > givesUpAt)
-        return false;
+    const bool waiting = caller->message.state() == HandOverMessage::State::incomplete;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t got = ::recv(caller->fd, buffer, sizeof(buffer), 0);
+        if (got > 0 && caller->message.add(QByteArrayView(buffer, got)) == HandOverMessage::State::incomplete)
+            continue;
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0 && errno == EAGAIN)
+            return;
+        break;
+    }
+    // Hung up, refused, or more after a whole message: nothing more to hear from it.
+    const HandOverMessage &message = caller->message;
+    if (!waiting || message.state() != HandOverMessage::State::complete)
+        return caller->hangUp();
+    m_unheard.removeIf([&](const std::weak_ptr<Caller> &other) { return other.lock() == caller; });
+    // The launch has given up by now: it was told this failed.
+    if (QDeadlineTimer::current().deadline() >= message.givesUpAt)
+        return caller->hangUp();
+    // The connection stays open until the reply is sent, however long the work takes.
+    const Reply reply = [caller](bool done, const QString &line) {
+        const QByteArray answer = (done ? acknowledgement : refusal) + line.toUtf8();
+        for (qsizetype sent = 0; sent < answer.size();) {
+            const ssize_t written = ::send(caller->fd, answer.constData() + sent, size_t(answer.size() - sent),
+                                           MSG_NOSIGNAL);
+            if (written > 0)
+                sent += written;
+            else if (errno != EINTR && (errno != EAGAIN || !await(caller->fd, POLLOUT, QDeadlineTimer(1000))))
+                break;
+        }
+        caller->hangUp();
+    };
     if (m_handler)
-        m_handler(arguments, reply);
+        m_handler(message.arguments, reply);
     else
         reply(true, {});
-    return true;
 }

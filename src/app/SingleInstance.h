@@ -11,8 +11,8 @@
 
 class QSocketNotifier;
 
-// One process per user: a later launch hands its arguments to the running one, over a
-// Unix socket beside the lock.
+// One process per store: a later launch, from whatever session, hands its arguments to
+// the running one over a Unix socket that only this user can reach.
 class SingleInstance : public QObject
 {
     Q_OBJECT
@@ -29,9 +29,11 @@ public:
     // Carries out a later launch's arguments in the running instance, answering through `reply`.
     using Handler = std::function<void(const QStringList &arguments, const Reply &reply)>;
 
-    // `folder` holds the lock and the socket; the user's runtime folder by default.
-    explicit SingleInstance(const QString &folder = {}, QObject *parent = nullptr);
-    // Removes the socket, then lets go of the lock.
+    // The lock, and the note of where the running instance listens, live in `storeFolder`
+    // beside the store, so every launch on that store finds them. The socket lives in
+    // `runtimeFolder` when that is this user's alone, else in a private one of their own.
+    explicit SingleInstance(const QString &storeFolder, const QString &runtimeFolder = {}, QObject *parent = nullptr);
+    // Removes the socket and its note, then lets go of the lock.
     ~SingleInstance() override;
 
     // With `serve` false the winner only holds the lock, as a launch that stores one
@@ -47,16 +49,21 @@ public:
 
 private:
     // `silent`: the arguments went out but no answer came, so they must not be sent again.
-    enum class Answer { none, done, refused, silent };
+    // `stranger`: another user listens there; it is told nothing.
+    enum class Answer { none, done, refused, silent, stranger };
 
     Answer handOver(const QStringList &arguments, const QDeadlineTimer &deadline, QString *line);
     bool listen();
+    void forget();
     void accept();
-    // Hands one later launch's message to the handler; false for one that is stale or malformed.
-    bool answer(const QByteArray &message, const Reply &reply);
+    struct Caller;
+    void hear(const std::shared_ptr<Caller> &caller);
 
+    QString m_notePath;
     QString m_socketPath;
     QLockFile m_lock;
+    // Connections whose message is not all in yet, oldest first.
+    QList<std::weak_ptr<Caller>> m_unheard;
     int m_listener = -1;
     std::unique_ptr<QSocketNotifier> m_listening;
     QString m_error;

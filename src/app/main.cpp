@@ -5,12 +5,14 @@
 #include "DesktopNotificationCenter.h"
 #include "FikranestApp.h"
 #include "IdeaActions.h"
+#include "IdeaStore.h"
 #include "ReminderKeeper.h"
 #include "SingleInstance.h"
 #include "SyncPassword.h"
 #include "SyncService.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QSocketNotifier>
@@ -84,6 +86,12 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
+// Where the store lives, and with it what makes one instance per store.
+QString storeFolder()
+{
+    return QFileInfo(IdeaStore::defaultPath()).absolutePath();
+}
+
 // Hands the launch to the running instance; nullopt when this one is to serve.
 // What it answered, when it says something, is printed.
 std::optional<int> handOver(SingleInstance &instance, const QStringList &arguments, bool serve = true,
@@ -120,7 +128,7 @@ int addIdea(int argc, char *argv[], const CommandLine &line)
 {
     QCoreApplication application(argc, argv);
     name(application);
-    SingleInstance instance;
+    SingleInstance instance(storeFolder());
     if (const std::optional<int> status = handOver(instance, application.arguments(), false))
         return *status;
     IdeaStore::Opening opening = IdeaStore::open(IdeaStore::defaultPath());
@@ -184,7 +192,7 @@ int syncCommand(int argc, char *argv[], const CommandLine &line)
     if (line.action == CommandLine::Action::syncSetup && !setUpSync(line))
         return 1;
     const bool off = line.action == CommandLine::Action::syncOff;
-    SingleInstance instance;
+    SingleInstance instance(storeFolder());
     // Long enough for a first sync of a large list.
     constexpr int syncLimitMs = 15 * 60 * 1000;
     const QStringList forwarded{QStringLiteral("fikranest"), off ? QStringLiteral("--sync-off") : QStringLiteral("--sync")};
@@ -262,7 +270,7 @@ int main(int argc, char *argv[])
     // Closing the main window leaves the program in the tray.
     application.setQuitOnLastWindowClosed(false);
 
-    SingleInstance instance;
+    SingleInstance instance(storeFolder());
     if (const std::optional<int> status = handOver(instance, arguments))
         return *status;
 

@@ -52,8 +52,12 @@ class RobustnessTest(unittest.TestCase):
 
     def start_serving(self, app, *args):  # an --add launched earlier would hold the lock itself
         app.start(*args)
-        path = os.path.join(self.desktop.runtime_dir, "fikranest.socket")
-        wait_until(lambda: socket.socket(socket.AF_UNIX).connect_ex(path) == 0, 60, f"the instance\n{app.output()}")
+        note = os.path.join(os.path.dirname(app.database_path), "fikranest.instance")
+
+        def serving():
+            with contextlib.suppress(OSError), open(note) as f:
+                return socket.socket(socket.AF_UNIX).connect_ex(f.read()) == 0
+        wait_until(serving, 60, f"the instance\n{app.output()}")
 
     def test_killed_at_random_moments_it_loses_no_acknowledged_idea(self):
         seed = int(os.environ.get("FIKRANEST_TEST_SEED") or time.time())

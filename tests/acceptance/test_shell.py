@@ -3,15 +3,37 @@
 
 import contextlib
 import os
+import pwd
+import socket
 import sqlite3
 import stat
+import subprocess
+import sys
+import tempfile
 import time
 import unittest
 
-from harness import Desktop, wait_until
+from harness import Desktop, stop_process, wait_until
 
 MAIN = "الفكرون"
 PANEL = "لوحة الفكرون"
+# Another user's listener: it keeps what it is told and answers that it was stored.
+STRANGER = """import socket, sys
+listener = socket.socket(socket.AF_UNIX)
+listener.bind(sys.argv[1])
+listener.listen()
+while True:
+    with listener.accept()[0] as peer:
+        peer.settimeout(2)
+        try:
+            told = peer.recv(65536)
+            peer.sendall(b"\\x06")
+        except OSError:
+            continue
+        if told:
+            with open(sys.argv[2], "ab") as heard:
+                heard.write(told)
+"""
 IDEA_COLUMNS = ["id", "title", "body", "category", "status", "hasReminder",
                 "reminderDate", "isVoiceNote", "createdAt", "updatedAt"]
 
@@ -97,6 +119,48 @@ class ShellTest(unittest.TestCase):
         self.desktop.screenshot("main-window-back")
         # The one main window all along: a second launch or the panel never make another.
         self.assertEqual([f["path"] for f in self.app.frames(MAIN)], [main["path"]], self.app.tree())
+
+    def test_a_launch_from_any_session_reaches_the_running_one_and_never_a_stranger(self):
+        self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")
+        self.app.start()
+        self.app.wait_frame(MAIN)
+        # An ssh session has a runtime folder of its own, cron and su none at all.
+        other = tempfile.mkdtemp(dir=self.desktop.tmp)
+        for title, runtime in [("من جلسة ثانية", other), ("من غير جلسة", None)]:
+            env = {k: v for k, v in self.app.env.items() if k != "XDG_RUNTIME_DIR"} | (
+                {"XDG_RUNTIME_DIR": runtime} if runtime else {})
+            launch = subprocess.run([self.app.binary, "--add", title], env=env, capture_output=True, timeout=30)
+            self.assertEqual(launch.returncode, 0, launch.stderr)
+            # Shown at once: the running instance stored it, not a second one beside it.
+            self.app.wait_find(title, role="push button", frame=MAIN, timeout=10)
+            self.assertEqual(self.app.processes(), [self.app.pid])
+        stop_process(self.app.proc)
+
+        # With no runtime folder of its own (one another user made, so unusable), nothing
+        # listening in a shared folder is ever told anything, nor one a note points to.
+        shared = tempfile.mkdtemp(dir=self.desktop.tmp)
+        os.chmod(self.desktop.tmp, 0o755)
+        os.chmod(shared, 0o1777)
+        nobody = pwd.getpwnam("nobody")
+        runtime = os.path.join(shared, "runtime")
+        os.mkdir(runtime, 0o700)
+        os.chown(runtime, nobody.pw_uid, nobody.pw_gid)
+        listening, heard = os.path.join(shared, "fikranest.socket"), os.path.join(shared, "heard")
+        stranger = subprocess.Popen(["setpriv", f"--reuid={nobody.pw_uid}", f"--regid={nobody.pw_gid}",
+                                     "--clear-groups", sys.executable, "-c", STRANGER, listening, heard])
+        self.addCleanup(stop_process, stranger)
+
+        def listens():
+            with socket.socket(socket.AF_UNIX) as probe:
+                return probe.connect_ex(listening) == 0
+        wait_until(listens, 10, "the stranger to listen")
+        with open(os.path.join(os.path.dirname(self.app.database_path), "fikranest.instance"), "w") as f:
+            f.write(listening)
+        env = self.app.env | {"XDG_RUNTIME_DIR": runtime, "TMPDIR": shared}
+        launch = subprocess.run([self.app.binary, "--add", "سر"], env=env, capture_output=True, timeout=30)
+        self.assertEqual(launch.returncode, 0, launch.stderr)
+        self.assertFalse(os.path.exists(heard), "the stranger was told something")
+        self.assertIn(("سر",), self.sql("SELECT title FROM Idea"))
 
     def test_quick_capture_from_the_panel_reaches_the_list_and_opens_there(self):
         self.app.write_settings("[General]\nhasCompletedOnboarding=true\nlastSeenVersion=1.1\n")

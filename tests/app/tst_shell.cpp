@@ -6,6 +6,7 @@
 #include "TestFolders.h"
 
 #include <QApplication>
+#include <QLocalSocket>
 #include <QRawFont>
 #include <QTemporaryDir>
 #include <QTextLayout>
@@ -26,7 +27,7 @@ class TestShell : public QObject
     // loop lets the running instance answer.
     static SingleInstance::Role claimElsewhere(const QString &folder, const QStringList &arguments)
     {
-        auto role = std::async(std::launch::async, [&] { return SingleInstance(folder).claim(arguments); });
+        auto role = std::async(std::launch::async, [&] { return SingleInstance(folder, folder).claim(arguments); });
         while (role.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready)
             QCoreApplication::processEvents();
         return role.get();
@@ -97,25 +98,54 @@ private slots:
         QCOMPARE(Symbols::glyph("no.such.symbol"), "");
     }
 
-    void aLaterLaunchHearsWhenTheRunningOneCouldNotCarryItOut()
+    // Peers that send too much, or too little, are dropped without holding up a real launch.
+    void theRunningOneHearsOnlyWholeMessagesOfSaneSize()
     {
         QTemporaryDir folder;
-        SingleInstance first(folder.path());
+        SingleInstance first(folder.path(), folder.path());
         QCOMPARE(first.claim({}), SingleInstance::Role::primary);
+        QFile note(folder.filePath("fikranest.instance"));
+        QVERIFY(note.open(QIODevice::ReadOnly));
+        const QByteArray socketPath = note.readAll();
         // No one else may so much as connect.
         struct stat socket = {};
-        QCOMPARE(::stat(QFile::encodeName(folder.filePath("fikranest.socket")).constData(), &socket), 0);
+        QCOMPARE(::stat(socketPath.constData(), &socket), 0);
         QCOMPARE(socket.st_mode & 0077, 0u);
-        first.setHandler([](const QStringList &arguments, const SingleInstance::Reply &reply) {
+        QStringList heard;
+        first.setHandler([&heard](const QStringList &arguments, const SingleInstance::Reply &reply) {
+            heard << arguments;
             reply(arguments != QStringList{"--add", "x"}, {});
         });
+        const auto connected = [&socketPath](const QByteArray &sent) {
+            auto peer = std::make_unique<QLocalSocket>();
+            peer->connectToServer(QFile::decodeName(socketPath));
+            if (peer->waitForConnected(1000))
+                peer->write(sent);
+            peer->flush();
+            return peer;
+        };
+        const auto hungUp = [](QLocalSocket &peer) {
+            QTRY_COMPARE_WITH_TIMEOUT(peer.state(), QLocalSocket::UnconnectedState, 7000);
+        };
+        // A length of 2 GiB is refused at once, and nine that never finish leave no room
+        // taken from the launch after them.
+        auto huge = connected(QByteArray("\x7f\xff\xff\xff", 4) + QByteArray(1000, 'x'));
+        std::vector<std::unique_ptr<QLocalSocket>> trickling;
+        for (int i = 0; i < 9; ++i)
+            trickling.push_back(connected(QByteArray("\0\0\0\x10", 4)));
+        hungUp(*huge);
+        hungUp(*trickling.front());
         QCOMPARE(claimElsewhere(folder.path(), {"--add", "x"}), SingleInstance::Role::refused);
+        QCOMPARE(claimElsewhere(folder.path(), {"--add", "y"}), SingleInstance::Role::handedOver);
+        QCOMPARE(heard, QStringList({"--add", "x", "--add", "y"}));
+        // The rest are let go after a while, not kept forever.
+        hungUp(*trickling.back());
     }
 
     void aLaunchThatOnlyStoresMakesTheNextOneWaitForItsTurn()
     {
         QTemporaryDir folder;
-        auto adding = std::make_unique<SingleInstance>(folder.path());
+        auto adding = std::make_unique<SingleInstance>(folder.path(), folder.path());
         QCOMPARE(adding->claim({"--add", "x"}, false), SingleInstance::Role::primary);
         QTimer::singleShot(300, [&] { adding.reset(); });
         QCOMPARE(claimElsewhere(folder.path(), {}), SingleInstance::Role::primary);
