@@ -25,6 +25,7 @@ AppButton {
             color: Theme.white
         }
         Label {
+            textFormat: Text.PlainText
             id: label
 
             anchors.verticalCenter: parent.verticalCenter

@@ -80,6 +80,7 @@ FocusScope {
                 horizontalAlignment: Text.AlignLeft
             }
             Text {
+                textFormat: Text.PlainText
                 id: createdText
 
                 anchors.top: titleText.bottom
@@ -117,6 +118,7 @@ FocusScope {
             radius: 6
             color: Theme.faded(tint, 0.1)
             Text {
+                textFormat: Text.PlainText
                 id: chipText
 
                 anchors.centerIn: parent

@@ -216,6 +216,7 @@ Rectangle {
                 }
                 Label {
                     objectName: "reminderText"
+                    textFormat: Text.PlainText
                     text: detail.hasReminder ? DateTexts.reminderText(detail.reminderDate) : ""
                     font.pixelSize: Theme.subheadline
                     color: Theme.secondaryText
@@ -224,6 +225,7 @@ Rectangle {
 
             Label {
                 objectName: "creationText"
+                textFormat: Text.PlainText
                 text: DateTexts.creationText(detail.createdAt)
                 font.pixelSize: Theme.caption
                 color: Theme.secondaryText
@@ -249,6 +251,7 @@ Rectangle {
                         color: Theme.blue600
                     }
                     Label {
+                        textFormat: Text.PlainText
                         anchors.verticalCenter: parent.verticalCenter
                         text: parent.parent.text
                         font.pixelSize: Theme.body
@@ -339,6 +342,7 @@ Rectangle {
                 font.bold: true
                 Accessible.name: text
                 contentItem: Label {
+                    textFormat: Text.PlainText
                     text: confirmDelete.text
                     font: confirmDelete.font
                     color: Theme.red

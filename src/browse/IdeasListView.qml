@@ -112,6 +112,7 @@ StackView {
                     spacing: 0
 
                     Label {
+                        textFormat: Text.PlainText
                         Layout.leftMargin: Theme.margin
                         Layout.rightMargin: Theme.margin
                         text: listState.greeting
@@ -119,9 +120,12 @@ StackView {
                         font.bold: true
                     }
                     Label {
+                        textFormat: Text.PlainText
                         Layout.leftMargin: Theme.margin
                         Layout.rightMargin: Theme.margin
                         Layout.topMargin: Theme.spacingXXS
+                        Layout.fillWidth: true
+                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                         text: "يا " + AppSettings.userName + " 👋"
                         font.pixelSize: Theme.callout
                     }
@@ -233,6 +237,7 @@ StackView {
                             contentItem: Item {
                                 implicitHeight: doneLabel.implicitHeight
                                 Label {
+                                    textFormat: Text.PlainText
                                     id: doneLabel
 
                                     anchors.left: parent.left

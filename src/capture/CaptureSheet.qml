@@ -177,6 +177,7 @@ Rectangle {
                         }
                     }
                     Label {
+                        textFormat: Text.PlainText
                         anchors.verticalCenter: parent.verticalCenter
                         text: voiceButton.text
                         font: voiceButton.font
@@ -279,6 +280,7 @@ Rectangle {
                 onClicked: sheet.save()
 
                 contentItem: Label {
+                    textFormat: Text.PlainText
                     text: saveButton.text
                     font: saveButton.font
                     color: Theme.white

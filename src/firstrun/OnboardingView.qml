@@ -60,6 +60,7 @@ Item {
         font.pixelSize: Theme.headline
         font.bold: true
         contentItem: Label {
+            textFormat: Text.PlainText
             text: button.text
             font: button.font
             color: Theme.blue600
@@ -188,6 +189,7 @@ Item {
                             spacing: Theme.spacingL
 
                             Label {
+                                textFormat: Text.PlainText
                                 Layout.preferredWidth: 40
                                 horizontalAlignment: Text.AlignHCenter
                                 text: modelData[0]
@@ -198,6 +200,7 @@ Item {
                                 spacing: Theme.spacingXXXS
 
                                 Label {
+                                    textFormat: Text.PlainText
                                     Layout.alignment: Qt.AlignLeft
                                     text: modelData[1]
                                     color: Theme.white
@@ -205,6 +208,7 @@ Item {
                                     font.bold: true
                                 }
                                 Label {
+                                    textFormat: Text.PlainText
                                     Layout.fillWidth: true
                                     horizontalAlignment: Text.AlignLeft
                                     wrapMode: Text.Wrap
@@ -245,6 +249,7 @@ Item {
                 text: "لا، شكراً"
                 font.pixelSize: Theme.body
                 contentItem: Label {
+                    textFormat: Text.PlainText
                     text: parent.text
                     font: parent.font
                     color: Theme.faded(Theme.white, 0.7)

@@ -39,6 +39,7 @@ Rectangle {
                     font.bold: true
                 }
                 Label {
+                    textFormat: Text.PlainText
                     Layout.alignment: Qt.AlignHCenter
                     // This sheet's own fallback; the settings fall back to "1.0".
                     text: "الإصدار " + AppVersion.current("1.1")
@@ -97,12 +98,14 @@ Rectangle {
                                 spacing: Theme.spacingXXS
 
                                 Label {
+                                    textFormat: Text.PlainText
                                     Layout.alignment: Qt.AlignLeft
                                     text: modelData.title
                                     font.pixelSize: Theme.body
                                     font.bold: true
                                 }
                                 Label {
+                                    textFormat: Text.PlainText
                                     Layout.fillWidth: true
                                     horizontalAlignment: Text.AlignLeft
                                     wrapMode: Text.Wrap
@@ -126,6 +129,7 @@ Rectangle {
                 font.pixelSize: Theme.headline
                 font.bold: true
                 contentItem: Label {
+                    textFormat: Text.PlainText
                     text: parent.text
                     font: parent.font
                     color: Theme.white

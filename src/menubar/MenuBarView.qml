@@ -118,6 +118,7 @@ Pane {
                         color: Theme.white
                     }
                     Label {
+                        textFormat: Text.PlainText
                         text: saveButton.text
                         font: saveButton.font
                         color: Theme.white
@@ -210,7 +211,7 @@ Pane {
                         name: "rectangle.expand.vertical"
                         size: Theme.subheadline
                     }
-                    Label { text: openAll.text }
+                    Label { text: openAll.text; textFormat: Text.PlainText }
                 }
             }
 
@@ -228,6 +229,7 @@ Pane {
                     panel.dismissRequested()
                 }
                 contentItem: Label {
+                    textFormat: Text.PlainText
                     text: updateButton.text
                     font: updateButton.font
                     horizontalAlignment: Text.AlignLeft
@@ -243,6 +245,7 @@ Pane {
                 text: "إغلاق التطبيق"
                 onClicked: Qt.quit()
                 contentItem: Label {
+                    textFormat: Text.PlainText
                     text: quitButton.text
                     horizontalAlignment: Text.AlignLeft
                 }

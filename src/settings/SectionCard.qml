@@ -24,6 +24,7 @@ Rectangle {
         spacing: Theme.spacingL
 
         Label {
+            textFormat: Text.PlainText
             // "ℹ" is a left-to-right letter: without the mark the line would run
             // left to right and put the emoji after the word.
             text: "\u200F" + card.title

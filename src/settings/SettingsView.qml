@@ -133,7 +133,12 @@ Rectangle {
                 }
                 Label {
                     objectName: "greeting"
+                    textFormat: Text.PlainText
                     Layout.alignment: Qt.AlignHCenter
+                    // However long the name, the sheet keeps its width.
+                    Layout.maximumWidth: scroll.availableWidth - 2 * Theme.margin
+                    horizontalAlignment: Text.AlignHCenter
+                    wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                     text: "أهلاً " + AppSettings.userName
                     font.pixelSize: Theme.title2
                     font.bold: true
@@ -169,6 +174,7 @@ Rectangle {
                             }
                             Label {
                                 objectName: "syncText"
+                                textFormat: Text.PlainText
                                 text: SyncStatus.isCloudKit ? "المزامنة عبر iCloud مفعّلة"
                                       : SyncService.healthy ? "المزامنة مع " + SyncService.host + " شغّالة ✅"
                                       : "التخزين محلي فقط على هذا الجهاز"
@@ -177,6 +183,7 @@ Rectangle {
                         }
                         Label {
                             objectName: "syncReason"
+                            textFormat: Text.PlainText
                             Layout.fillWidth: true
                             // Under the text beside the symbol.
                             Layout.leftMargin: syncSymbol.implicitWidth + Theme.spacingM
@@ -212,6 +219,7 @@ Rectangle {
                             color: Theme.telegramBlue
                         }
                         Label {
+                            textFormat: Text.PlainText
                             text: supportLink.text
                             font: supportLink.font
                         }
@@ -241,6 +249,7 @@ Rectangle {
                         }
                         Label {
                             objectName: "versionText"
+                            textFormat: Text.PlainText
                             text: "الإصدار " + AppVersion.current("1.0")
                             font.pixelSize: Theme.subheadline
                             color: Theme.secondaryText
@@ -262,6 +271,7 @@ Rectangle {
                                 color: Theme.blue600
                             }
                             Label {
+                                textFormat: Text.PlainText
                                 text: makerLink.text
                                 font: makerLink.font
                                 color: Theme.blue600

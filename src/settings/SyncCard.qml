@@ -40,6 +40,7 @@ SectionCard {
         }
         Label {
             objectName: "syncState"
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             text: "المزامنة مع " + SyncService.host + " شغّالة ✅"
             wrapMode: Text.WordWrap
@@ -48,6 +49,7 @@ SectionCard {
     }
     Label {
         objectName: "syncDetail"
+        textFormat: Text.PlainText
         Layout.fillWidth: true
         visible: SyncService.connected && text !== ""
         text: SyncService.failure !== "" ? "المزامنة واقفة: " + SyncService.failure

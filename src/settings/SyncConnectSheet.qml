@@ -41,6 +41,7 @@ Rectangle {
     }
 
     Label {
+        textFormat: Text.PlainText
         id: heading
 
         anchors.horizontalCenter: parent.horizontalCenter

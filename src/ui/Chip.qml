@@ -20,11 +20,13 @@ AppButton {
     contentItem: Row {
         spacing: Theme.spacingXXS
         Label {
+            textFormat: Text.PlainText
             visible: chip.emoji !== ""
             text: chip.emoji
             font: chip.font
         }
         Label {
+            textFormat: Text.PlainText
             text: chip.text
             font: chip.font
             color: chip.selected ? Theme.white : chip.palette.windowText

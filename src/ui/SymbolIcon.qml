@@ -4,6 +4,7 @@ import Fikranest
 // A system symbol by name, e.g. SymbolIcon { name: "plus.bubble.fill"; size: 16 }.
 // Left and right stay as named; forward and backward turn with the reading direction.
 Text {
+    textFormat: Text.PlainText
     id: icon
 
     property string name

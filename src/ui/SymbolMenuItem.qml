@@ -24,6 +24,7 @@ MenuItem {
             color: label.color
         }
         Label {
+            textFormat: Text.PlainText
             id: label
 
             anchors.verticalCenter: parent.verticalCenter

@@ -2,10 +2,12 @@
 """Browsing the ideas: the list, a card's menu and the detail view, whatever their text."""
 
 import contextlib
+import http.server
 import json
 import os
 import signal
 import sqlite3
+import threading
 import time
 import unittest
 import uuid
@@ -236,6 +238,30 @@ class BrowseTest(unittest.TestCase):
         time.sleep(2)  # past the save timer, had viewing written anything
         after = self.ideas()
         self.assertEqual([t[:20] for t in stored if after.get(t) != stored[t]], [], "viewing rewrote these")
+
+    def test_a_name_that_looks_like_markup_is_shown_as_typed_and_loads_nothing(self):
+        asked = []
+
+        class Server(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                asked.append(self.path)
+                self.send_error(404)
+
+            def log_message(self, *args):
+                pass
+        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Server)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.shutdown)
+        name = f'<b>سارة</b><img src="http://127.0.0.1:{server.server_address[1]}/name.png">'
+        self.app.write_settings(SETTLED.replace("userName=سارة", f"userName={json.dumps(name, ensure_ascii=False)}"))
+        self.start()
+        self.app.wait_find(f"يا {name} 👋")
+        self.shot("markup-name-list")
+        self.app.press("الإعدادات")
+        self.app.wait_find(f"أهلاً {name}")
+        self.shot("markup-name-settings")
+        time.sleep(1)  # what a styled text would have fetched by now
+        self.assertEqual(asked, [])
 
 
 if __name__ == "__main__":
