@@ -2,6 +2,7 @@
 
 #include "VersionOrder.h"
 
+#include <QRegularExpression>
 #include <QXmlStreamReader>
 
 namespace {
@@ -12,6 +13,9 @@ constexpr qsizetype maxTextChars = 1024 * 1024;
 constexpr qsizetype maxItems = 1000;
 
 const QString sparkleNamespace = QStringLiteral("http://www.andymatuschak.org/xml-namespaces/sparkle");
+
+constexpr QByteArrayView signaturesStart("<!-- sparkle-signatures:\n");
+constexpr QByteArrayView commentEnd("-->");
 
 // What one <item> says, element and enclosure attribute kept apart until the end,
 // where the element wins.
@@ -54,6 +58,15 @@ void takeEnclosure(const QXmlStreamAttributes &attributes, ItemFields &fields)
         attributes.value(sparkleNamespace, QLatin1StringView("shortVersionString")).trimmed().toString();
 }
 
+// A name the downloads folder can take as it is: no folders, no dot or hidden names,
+// nothing a file manager or a shell would read as more than a name.
+bool isPlainFileName(const QString &name)
+{
+    static const QRegularExpression plain(
+        QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z0-9][A-Za-z0-9._+-]{0,99}")));
+    return !name.contains(QLatin1StringView("..")) && plain.match(name).hasMatch();
+}
+
 std::optional<AppcastItem> finish(const ItemFields &fields)
 {
     AppcastItem item;
@@ -72,6 +85,13 @@ std::optional<AppcastItem> finish(const ItemFields &fields)
         item.displayVersion = item.version;
     if (item.version.isEmpty() || !fields.hasEnclosure)
         return std::nullopt;
+    const QString urlName = item.url.fileName();
+    if (isPlainFileName(urlName))
+        item.fileName = urlName;
+    else if (isPlainFileName(item.displayVersion))
+        item.fileName = QStringLiteral("Fikranest-") + item.displayVersion;
+    else
+        item.fileName = QStringLiteral("Fikranest-update");
     return item;
 }
 
@@ -100,6 +120,31 @@ std::optional<QList<AppcastItem>> refuse(QString *error, const QString &reason)
 }
 
 } // namespace
+
+std::optional<SignedFeed> Appcast::unwrap(const QByteArray &feed)
+{
+    const qsizetype start = feed.lastIndexOf(signaturesStart);
+    if (start < 0)
+        return std::nullopt;
+    const qsizetype lines = start + signaturesStart.size();
+    const qsizetype end = feed.indexOf(commentEnd, lines);
+    // Anything after the comment would be bytes nobody signed.
+    if (end < 0 || !feed.sliced(end + commentEnd.size()).trimmed().isEmpty())
+        return std::nullopt;
+    SignedFeed result;
+    bool counted = false;
+    qint64 length = 0;
+    for (const QByteArray &line : feed.sliced(lines, end - lines).split('\n')) {
+        if (line.startsWith("edSignature:"))
+            result.edSignature = line.sliced(12).trimmed();
+        else if (line.startsWith("length:"))
+            length = line.sliced(7).trimmed().toLongLong(&counted);
+    }
+    if (!counted || length != start || result.edSignature.isEmpty())
+        return std::nullopt;
+    result.content = feed.first(start);
+    return result;
+}
 
 std::optional<QList<AppcastItem>> Appcast::parse(const QByteArray &xml, QString *error)
 {

@@ -22,6 +22,17 @@ struct AppcastItem
     qint64 length = -1;
     // sparkle:edSignature: base64 of the Ed25519 signature of the file.
     QByteArray edSignature;
+    // What the download is kept under: the address's own name when it is a plain one,
+    // else one made from the version, never a path or a hidden name.
+    QString fileName;
+};
+
+// A feed as Sparkle signs it: the bytes read as the feed, and the base64 Ed25519
+// signature of exactly those bytes that trails them.
+struct SignedFeed
+{
+    QByteArray content;
+    QByteArray edSignature;
 };
 
 // Reading an update feed. Feeds come from the network, so anything oversized,
@@ -29,6 +40,10 @@ struct AppcastItem
 class Appcast
 {
 public:
+    // Splits off the trailing comment Sparkle signs feeds with
+    // ("<!-- sparkle-signatures:", then "edSignature: ", "length: " lines, "-->");
+    // nullopt unless it is there, ends the feed and counts the bytes before it.
+    static std::optional<SignedFeed> unwrap(const QByteArray &feed);
     // The items with a version and a download, in feed order; nullopt and `error`
     // when the feed cannot be read at all.
     static std::optional<QList<AppcastItem>> parse(const QByteArray &xml, QString *error = nullptr);

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
-// Whether a downloaded release was signed by whoever holds our update key.
+// Whether an update feed or a downloaded release was signed by whoever holds our update key.
 // Keys and signatures travel as base64 of their raw Ed25519 bytes, the way update
 // feeds carry them.
 class UpdateSignature

@@ -18,6 +18,7 @@
 #include <QQuickWindow>
 #include <QScreen>
 #include <QStandardPaths>
+#include <QStorageInfo>
 #include <QTemporaryFile>
 #include <QTextDocumentFragment>
 
@@ -26,15 +27,14 @@
 
 namespace {
 
-// The name the release is kept under: the download's own, unless it says nothing
-// usable or is taken, when a number is added before its extension.
-QString downloadPath(const QDir &folder, const QUrl &url, const QString &version)
+// A download is written under a hidden name of this form until it has proved itself.
+const QString partFileTemplate = QStringLiteral(".Fikranest-XXXXXX.part");
+const QString partFileNames = QStringLiteral(".Fikranest-??????.part");
+
+// The name the release is kept under: the one the feed reader checked, with a number
+// added before its extension when that is taken.
+QString downloadPath(const QDir &folder, const QString &name)
 {
-    QString name = QFileInfo(url.fileName()).fileName();
-    while (name.startsWith(u'.'))
-        name.remove(0, 1);
-    if (name.isEmpty())
-        name = QStringLiteral("Fikranest-%1").arg(version);
     qsizetype dot = name.lastIndexOf(u'.');
     if (dot > 0 && name.left(dot).endsWith(QLatin1StringView(".tar")))
         dot -= 4;
@@ -99,8 +99,14 @@ QString UpdaterManager::textFor(Failure failure)
         return QStringLiteral("خبر التحديثات وصلنا خربان 🤷‍♂️ مو ذنبك، جرّب بعدين");
     case Failure::hugeFeed:
         return QStringLiteral("خبر التحديثات وصلنا أضخم من اللازم 🐘 ما فتحناه، مو ذنبك، جرّب بعدين");
+    case Failure::unsignedFeed:
+        return QStringLiteral("ملف التحديثات مو موقّع صح، ما راح نثق فيه 🔒");
     case Failure::downloadFailed:
         return QStringLiteral("انقطع التنزيل في نص الطريق 📡 شيّك على اتصالك وجرّب مرة ثانية");
+    case Failure::tooLarge:
+        return QStringLiteral("التحديث منفوخ أكثر من اللازم 🐳 ما نزّلناه احتياطاً");
+    case Failure::noRoom:
+        return QStringLiteral("الملف أكبر من المساحة اللي عندك 💾 فضّ شوي مكان وجرّب مرة ثانية");
     case Failure::badLength:
         return QStringLiteral("الملف وصل مو بالحجم اللي المفروض 📏 رميناه، جرّب مرة ثانية");
     case Failure::badSignature:
@@ -109,6 +115,16 @@ QString UpdaterManager::textFor(Failure failure)
         return QStringLiteral("ما قدرنا نحفظ الملف في مجلد التنزيلات 💾 شيّك على المساحة والصلاحيات");
     }
     return {};
+}
+
+std::optional<UpdaterManager::Failure> UpdaterManager::refusalToDownload(qint64 length, qint64 available)
+{
+    if (length > maxDownloadBytes)
+        return Failure::tooLarge;
+    // One of unknown length must at least find the spare room free.
+    if (std::max<qint64>(length, 0) > available - spareDiskBytes)
+        return Failure::noRoom;
+    return std::nullopt;
 }
 
 void UpdaterManager::checkForUpdates()
@@ -147,6 +163,14 @@ void UpdaterManager::startCheck()
     m_releaseNotesText.clear();
     m_failureText.clear();
     setState(Checking);
+
+    // What a crash in the middle of a download left behind; nothing else takes these names.
+    const QString downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    if (!downloads.isEmpty()) {
+        QDir folder(downloads);
+        for (const QString &name : folder.entryList({partFileNames}, QDir::Files | QDir::Hidden | QDir::CaseSensitive))
+            folder.remove(name);
+    }
 
     m_reply = get(m_feedUrl);
     QNetworkReply *reply = m_reply;
@@ -215,7 +239,14 @@ void UpdaterManager::abortReply()
 
 void UpdaterManager::takeFeed(const QByteArray &xml)
 {
-    const std::optional<QList<AppcastItem>> items = Appcast::parse(xml);
+    // Nothing in it is read before its signature holds: whoever serves the feed could
+    // otherwise offer an old, genuinely signed release as a new one.
+    const std::optional<SignedFeed> feed = Appcast::unwrap(xml);
+    if (!feed || !UpdateSignature::verify(feed->content, feed->edSignature, m_publicKey)) {
+        fail(Failure::unsignedFeed);
+        return;
+    }
+    const std::optional<QList<AppcastItem>> items = Appcast::parse(feed->content);
     if (!items) {
         fail(Failure::badFeed);
         return;
@@ -237,9 +268,20 @@ void UpdaterManager::download()
     if (m_state != UpdateAvailable)
         return;
     const QString folderPath = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-    // Written beside its final place, under a hidden name, until it has proved itself.
-    m_partFile = new QTemporaryFile(QDir(folderPath).filePath(QStringLiteral(".Fikranest-XXXXXX.part")), this);
-    if (folderPath.isEmpty() || !QDir().mkpath(folderPath) || !m_partFile->open()) {
+    if (folderPath.isEmpty() || !QDir().mkpath(folderPath)) {
+        fail(Failure::cannotSave);
+        return;
+    }
+    // Settled before anything is asked for, since the declared length could be anything.
+    const qint64 available = QStorageInfo(folderPath).bytesAvailable();
+    if (const std::optional<Failure> refusal = refusalToDownload(m_offer.length, available)) {
+        fail(*refusal);
+        return;
+    }
+    m_downloadLimit = m_offer.length >= 0 ? m_offer.length : std::min(maxDownloadBytes, available - spareDiskBytes);
+    // Written beside its final place until it has proved itself.
+    m_partFile = new QTemporaryFile(QDir(folderPath).filePath(partFileTemplate), this);
+    if (!m_partFile->open()) {
         dropDownload();
         fail(Failure::cannotSave);
         return;
@@ -250,6 +292,8 @@ void UpdaterManager::download()
 
     m_reply = get(m_offer.url);
     QNetworkReply *reply = m_reply;
+    // However fast the bytes come, no more than this is held before it is checked.
+    reply->setReadBufferSize(256 * 1024);
     connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
         if (reply == m_reply)
             takeDownloadChunk();
@@ -270,11 +314,15 @@ void UpdaterManager::download()
 void UpdaterManager::takeDownloadChunk()
 {
     const QByteArray chunk = m_reply->readAll();
-    const qint64 limit = m_offer.length >= 0 ? m_offer.length : maxDownloadBytes;
-    if (m_partFile->size() + chunk.size() > limit) {
+    if (m_partFile->size() + chunk.size() > m_downloadLimit) {
         abortReply();
         dropDownload();
-        fail(Failure::badLength);
+        // Longer than declared is not the release on offer; with nothing declared, it
+        // ran into the cap or the spare room.
+        if (m_offer.length >= 0)
+            fail(Failure::badLength);
+        else
+            fail(m_downloadLimit < maxDownloadBytes ? Failure::noRoom : Failure::tooLarge);
         return;
     }
     if (m_partFile->write(chunk) != chunk.size()) {
@@ -322,7 +370,7 @@ void UpdaterManager::finishDownload()
         fail(Failure::badSignature);
         return;
     }
-    const QString path = downloadPath(QFileInfo(m_partFile->fileName()).dir(), m_offer.url, m_newVersion);
+    const QString path = downloadPath(QFileInfo(m_partFile->fileName()).dir(), m_offer.fileName);
     // Kept from here on; a temporary file would otherwise take its new name with it.
     m_partFile->setAutoRemove(false);
     if (!m_partFile->rename(path)) {

@@ -8,6 +8,8 @@
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
+#include <optional>
+
 class QJSEngine;
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -15,10 +17,11 @@ class QQmlEngine;
 class QQuickWindow;
 class QTemporaryFile;
 
-// Looks for a newer release when the user asks, shows the answer in its own window,
-// and on request downloads the release into the downloads folder, keeping it only
-// when its length and signature check out. Nothing of it exists, and nothing goes out to the network, before the first
-// request; from then on the one instance lives as long as the process.
+// Looks for a newer release when the user asks, believing only a feed signed with the
+// release key, shows the answer in its own window, and on request downloads the release
+// into the downloads folder, keeping it only when its length and signature check out.
+// Nothing of it exists, and nothing goes out to the network, before the first request;
+// from then on the one instance lives as long as the process.
 class UpdaterManager : public QObject
 {
     Q_OBJECT
@@ -38,11 +41,24 @@ public:
     // Capitalised, as QML reaches enumerations only by such names.
     enum State { Idle, Checking, UpToDate, UpdateAvailable, Downloading, Downloaded, Failed };
     Q_ENUM(State)
-    enum class Failure { noNetwork, badFeed, hugeFeed, downloadFailed, badLength, badSignature, cannotSave };
+    enum class Failure {
+        noNetwork,
+        badFeed,
+        hugeFeed,
+        unsignedFeed,
+        downloadFailed,
+        tooLarge,
+        noRoom,
+        badLength,
+        badSignature,
+        cannotSave
+    };
 
     // Feeds larger than this are no feed of ours, and releases larger than this no release.
     static constexpr qint64 maxFeedBytes = 4 * 1024 * 1024;
     static constexpr qint64 maxDownloadBytes = qint64(1) << 30;
+    // Left free on the downloads disk, so that an update never fills it for everything else.
+    static constexpr qint64 spareDiskBytes = qint64(100) << 20;
     static constexpr int timeoutMs = 20'000;
 
     UpdaterManager(QUrl feedUrl, QString currentVersion, QByteArray publicKey, QObject *parent = nullptr);
@@ -54,6 +70,9 @@ public:
     // The build's feed; test builds may point it elsewhere through the environment.
     static QUrl defaultFeedUrl();
     static QString textFor(Failure failure);
+    // Why a release declaring `length` bytes (-1: unknown) may not be fetched to a disk
+    // with `available` bytes free; nullopt when it may.
+    static std::optional<Failure> refusalToDownload(qint64 length, qint64 available);
 
     State state() const { return m_state; }
     QString currentVersion() const { return m_currentVersion; }
@@ -109,6 +128,8 @@ private:
     QString m_failureText;
     AppcastItem m_offer;
     QTemporaryFile *m_partFile = nullptr;
+    // The most the download under way may write.
+    qint64 m_downloadLimit = 0;
     QString m_downloadedPath;
     double m_downloadProgress = 0;
 };

@@ -36,6 +36,7 @@ Window {
         font.pixelSize: Theme.subheadline
         font.bold: true
         contentItem: Label {
+            textFormat: Text.PlainText
             text: button.text
             font: button.font
             color: button.primary ? Theme.white : Theme.blue600
@@ -66,6 +67,7 @@ Window {
             spacing: Theme.spacingXL
 
             Label {
+                textFormat: Text.PlainText
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
                 font.pixelSize: 19
@@ -90,6 +92,8 @@ Window {
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.WordWrap
+                // Versions and file names come from the feed: markup there would load what it names.
+                textFormat: Text.PlainText
                 font.pixelSize: Theme.subheadline
                 color: Theme.secondaryText
                 text: window.state === UpdaterManager.UpToDate

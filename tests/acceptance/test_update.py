@@ -28,6 +28,12 @@ def signature(data):
                                  os.path.join(HERE, "update-signing-key.pem"), "-in", f.name],
                                 capture_output=True, check=True)
     return base64.b64encode(signed.stdout).decode()
+
+
+def signed(feed):
+    """A feed as Sparkle signs it: its bytes, then a comment with their signature and count."""
+    data = feed.encode()
+    return data + f"<!-- sparkle-signatures:\nedSignature: {signature(data)}\nlength: {len(data)}\n-->\n".encode()
 # Notes that would reach back to the server if anything in them were loaded.
 NOTES = """<link rel="stylesheet" href="http://127.0.0.1:{0}/style.css"><h3>تحسينات</h3>
 <ul><li>تذكير أسرع <img src="http://127.0.0.1:{0}/pixel.png"></li><li><a href="http://127.0.0.1:{0}/x">ألوان</a></li></ul>"""
@@ -44,7 +50,7 @@ class Feed(http.server.BaseHTTPRequestHandler):
                 while self.server.sent < self.server.feed:
                     self.server.sent += self.wfile.write(b" " * 65536)
             return self.server.hung_up.set()
-        body = self.server.feed.encode() if self.path == "/appcast.xml" else self.server.files.get(self.path, b"")
+        body = self.server.feed if self.path == "/appcast.xml" else self.server.files.get(self.path, b"")
         self.send_response(200 if body else 404)
         self.send_header("Content-Length", str(len(body)))
         self.end_headers()
@@ -80,9 +86,9 @@ class UpdateTest(unittest.TestCase):
         self.app.start("--background")
 
     def serve(self, *items):
-        self.server.feed = ('<?xml version="1.0" encoding="utf-8"?><rss version="2.0" xmlns:sparkle='
-                            '"http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>'
-                            + "".join(items) + "</channel></rss>")
+        self.server.feed = signed('<?xml version="1.0" encoding="utf-8"?><rss version="2.0" xmlns:sparkle='
+                                  '"http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>'
+                                  + "".join(items) + "</channel></rss>\n")
 
     def stop_server(self):
         self.server.release.set()
@@ -159,7 +165,7 @@ class UpdateTest(unittest.TestCase):
         wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "cancel to close the window")
 
         self.server.release.set()
-        self.server.feed = "<html><body>مو خبر تحديثات</body></html>"
+        self.server.feed = signed("<html><body>مو خبر تحديثات</body></html>")
         self.check()
         self.app.wait_find("خبر التحديثات وصلنا خربان 🤷‍♂️ مو ذنبك، جرّب بعدين", frame=UPDATES)
         self.desktop.screenshot("bad-feed")
@@ -181,6 +187,32 @@ class UpdateTest(unittest.TestCase):
                            frame=UPDATES)
         self.desktop.screenshot("no-network")
         self.assertEqual(self.server.paths, ["/appcast.xml"] * 4)
+
+    def test_a_feed_we_did_not_sign_markup_in_a_version_and_a_release_too_large_for_any_disk(self):
+        port = self.server.server_address[1]
+        self.server.files["/Fikranest-99.tar.gz"] = RELEASE  # an old, genuinely signed release dressed up as 99
+        self.serve(ITEM.format("99", "قديم", port, len(RELEASE), signature(RELEASE)))
+        stale = os.path.join(self.app.home, "Downloads", ".Fikranest-Ab12Cd.part")
+        os.makedirs(os.path.dirname(stale), exist_ok=True)
+        open(stale, "wb").close()
+        for feed in (self.server.feed[:self.server.feed.rindex(b"<!--")], self.server.feed.replace(b">99<", b">98<")):
+            self.server.feed = feed
+            self.check()
+            self.app.wait_find("ملف التحديثات مو موقّع صح، ما راح نثق فيه 🔒", frame=UPDATES)
+            self.assertFalse(os.path.exists(stale))  # a crashed download's leftover, gone at the next check
+            self.app.press("تمام", frame=UPDATES)
+            wait_until(lambda: not self.app.frames(UPDATES, showing=True), 10, "the window to close")
+
+        img = f'<img src="http://127.0.0.1:{port}/x">'
+        self.serve(self.items[1].replace("</title>", f"</title><sparkle:shortVersionString><![CDATA[{img}]]>"
+                                         "</sparkle:shortVersionString>").replace(str(len(RELEASE)), "100000000000000"))
+        self.check()
+        self.app.wait_find(f"الإصدار {img} وصل، وأنت الحين على 1.1", frame=UPDATES)
+        self.desktop.screenshot("markup-shown-as-text")
+        self.app.press("نزّله الحين ⬇️", frame=UPDATES)
+        self.app.wait_find("التحديث منفوخ أكثر من اللازم 🐳 ما نزّلناه احتياطاً", frame=UPDATES)
+        self.desktop.screenshot("too-large")
+        self.assertEqual(self.server.paths, ["/appcast.xml"] * 3)
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 #include "Appcast.h"
 #include "UpdateSignature.h"
+#include "UpdaterManager.h"
 #include "VersionOrder.h"
 
 #include <QtTest>
@@ -89,6 +90,23 @@ private slots:
         QCOMPARE(items->front().length, 42);
         QCOMPARE(items->front().edSignature, "c2ln");
         QCOMPARE(items->back().releaseNotesHtml, QString(1024 * 1024, 'x'));
+    }
+
+    // The name a download is kept under never leaves the downloads folder nor hides in it.
+    void namesTheDownloadPlainly()
+    {
+        for (const auto &[url, version, name] : {std::tuple{"https://e/d/", "../../x", "Fikranest-update"},
+                                                 {"https://e/..%2F.profile", "1.2b1", "Fikranest-1.2b1"}})
+            QCOMPARE(Appcast::parse(feed(item(version).replace("https://e/f.tar.gz", url))).value().front().fileName, name);
+    }
+
+    // A release must leave the spare room free; one of unknown length needs that much at least.
+    void refusesADownloadTheDiskHasNoRoomFor()
+    {
+        constexpr qint64 length = qint64(500) << 20, spare = UpdaterManager::spareDiskBytes;
+        QVERIFY(!UpdaterManager::refusalToDownload(length, length + spare));
+        QVERIFY(UpdaterManager::refusalToDownload(length, length + spare - 1) == UpdaterManager::Failure::noRoom);
+        QVERIFY(UpdaterManager::refusalToDownload(-1, spare - 1) == UpdaterManager::Failure::noRoom);
     }
 
     // The second Ed25519 test vector of RFC 8032: a one-byte file.
