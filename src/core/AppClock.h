@@ -9,7 +9,11 @@ class AppClock
 {
 public:
     static QDateTime now();
-    static QTimeZone timeZone() { return QTimeZone::systemTimeZone(); }
+    // The zone the system's local time is in now, as the C library reads it from the
+    // file TZ names or /etc/localtime; it follows that file when it is replaced.
+    static QTimeZone timeZone();
+    // That file; empty when TZ names a zone or a rule instead.
+    static QString timeZoneFile();
 
     // The instant a clock in `zone` shows `time` on `day`: the first one when the
     // clocks go back over it, the end of the jump when they skip it.

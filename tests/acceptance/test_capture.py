@@ -5,6 +5,7 @@ import contextlib
 import datetime
 import json
 import os
+import shutil
 import signal
 import sqlite3
 import time
@@ -93,6 +94,38 @@ class CaptureTest(unittest.TestCase):
         self.desktop.click_notification(shown[0]["id"])
         self.app.wait_frame(MAIN)
         self.desktop.screenshot("window-back-from-notification")
+
+    def test_reminders_keep_to_the_wall_clock_of_the_zone_the_system_moves_to(self):
+        # The zone comes from a file alone in its folder, as /etc/localtime, replaced under the program.
+        os.mkdir(etc := os.path.join(self.app.home, "etc"))
+        zone_file = os.path.join(etc, "localtime")
+        shutil.copy(f"/usr/share/zoneinfo/{ZONE}", zone_file)
+        self.app.env["TZ"] = ":" + zone_file
+        riyadh, tokyo = zoneinfo.ZoneInfo(ZONE), zoneinfo.ZoneInfo("Asia/Tokyo")
+        self.app.start()
+
+        def save(title, choice, zone, days, hour, clock_offset):
+            self.app.press(ADD)
+            self.app.type_text(title, name=FIELD)
+            self.app.press(choice)
+            today = datetime.datetime.fromtimestamp(time.time() + clock_offset, zone).date()
+            self.app.press(SAVE)
+            idea = wait_until(lambda: [i for i in self.ideas() if i["title"] == title], 20, title)[0]
+            due = datetime.datetime.combine(today + datetime.timedelta(days=days), datetime.time(hour), zone)
+            self.assertEqual(idea["reminderDate"], int(due.timestamp() * 1000))
+            return due.timestamp()
+
+        ten = datetime.datetime.fromtimestamp(save("اتصل بالبنك", "بعد 3 أيام 📅", riyadh, 3, 10, 0), riyadh)
+        # Ten that day in Tokyo is four in the morning in Riyadh.
+        self.app.move_clock(offset := ten.replace(tzinfo=tokyo).timestamp() + 30 - time.time())
+        time.sleep(3)
+        self.assertEqual(self.desktop.notifications(), [])
+        shutil.copy("/usr/share/zoneinfo/Asia/Tokyo", zone_file + ".new")
+        os.replace(zone_file + ".new", zone_file)
+        wait_until(self.desktop.notifications, 20, "the reminder at ten in the new zone")
+        nine = save("موعد الطبيب", TOMORROW_MORNING, tokyo, 1, 9, offset)
+        self.app.move_clock(nine + 30 - time.time())
+        wait_until(lambda: len(self.desktop.notifications()) == 2, 20, "the reminder set in the new zone")
 
     def test_due_reminders_outlast_a_failing_server_and_a_crash_and_come_once(self):
         count = 1000

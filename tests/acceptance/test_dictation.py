@@ -2,6 +2,7 @@
 """Dictating into the capture sheet through a virtual microphone (run by with_pulseaudio.sh)."""
 
 import os
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -62,6 +63,27 @@ class DictationTest(unittest.TestCase):
         self.desktop.xdotool("key", "Escape")
         wait_until(lambda: not self.app.find(FIELD, role="text"), 20, "the sheet to close")
         wait_until(lambda: not recordings(), 10, "the microphone to close")
+
+    def test_a_sound_server_lost_mid_recording_ends_it_and_keeps_what_was_heard(self):
+        # A sound server of the test's own, to kill.
+        script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../capture/dictation/with_pulseaudio.sh")
+        pulse = subprocess.Popen([script, "sh", "-c", 'echo "$PULSE_SERVER $PULSE_RUNTIME_PATH"; exec cat'],
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(pulse.communicate)
+        server, runtime = pulse.stdout.readline().split()
+        self.app.env["PULSE_SERVER"] = server
+        self.app.start()
+        self.app.press(ADD)
+        self.app.press(RECORD)
+        self.app.wait_find(RECORDING)
+        subprocess.run(["paplay", "-d", "virtmic", self.speech], env=dict(os.environ, PULSE_SERVER=server), check=True)
+        wait_until(self.offered, 20, "the dictated text to be offered")
+        with open(os.path.join(runtime, "pid")) as f:
+            os.kill(int(f.read()), signal.SIGKILL)
+        self.app.wait_find("خطأ في تشغيل التسجيل")
+        self.app.wait_find(RECORD)
+        self.app.press(USE)
+        self.assertEqual(self.app.text(FIELD, role="text"), HEARD)
 
     def test_without_a_sound_server_or_a_speech_model_it_says_so_and_keeps_the_typed_text(self):
         for engine, message in ((False, "نحتاج صلاحية المايكروفون والتعرف على الكلام عشان نسجل صوتك"),

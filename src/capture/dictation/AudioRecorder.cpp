@@ -123,6 +123,18 @@ void AudioRecorder::startRecording()
         const float level = levelFor(meanAbsoluteAmplitude(samples));
         QMetaObject::invokeMethod(this, [this, level] { setAudioLevel(level); }, Qt::QueuedConnection);
     });
+    input->onFailure([this, request = m_recognitionRequest] {
+        QMetaObject::invokeMethod(
+            this,
+            [this, request] {
+                // Only the recording that failed ends; what it heard stays on offer.
+                if (request != m_recognitionRequest)
+                    return;
+                stopRecording();
+                setErrorMessage(startFailedMessage());
+            },
+            Qt::QueuedConnection);
+    });
     if (!input->start()) {
         setErrorMessage(startFailedMessage());
         return;
@@ -135,6 +147,7 @@ void AudioRecorder::stopRecording()
     if (m_audioEngine) {
         m_audioEngine->stop();
         m_audioEngine->removeTap();
+        m_audioEngine->onFailure(nullptr);
     }
     m_recognitionRequest.reset();
     if (m_recognitionTask && m_speechRecognizer)

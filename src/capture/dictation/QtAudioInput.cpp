@@ -1,6 +1,5 @@
 #include "QtAudioInput.h"
 
-
 #include <QAudioDevice>
 #include <QAudioFormat>
 #include <QAudioSource>
@@ -14,7 +13,7 @@ class AudioCapture : public QObject
 public:
     AudioInput::Tap tap;
 
-    bool open(const QAudioDevice &device)
+    bool open(const QAudioDevice &device, AudioInput::Failure failure)
     {
         close();
         QAudioFormat format;
@@ -31,6 +30,15 @@ public:
         }
         m_filled = 0;
         connect(m_device, &QIODevice::readyRead, this, &AudioCapture::read);
+        // Only the start's error is known by now; a device or server lost later stops
+        // the source, and nothing else says so.
+        connect(m_source, &QAudioSource::stateChanged, this, [this, failure = std::move(failure)](QAudio::State now) {
+            if (!m_device || (now != QAudio::StoppedState && m_source->error() == QAudio::NoError))
+                return;
+            m_device = nullptr;
+            if (failure)
+                failure();
+        });
         return true;
     }
 
@@ -38,6 +46,8 @@ public:
     {
         if (!m_source)
             return;
+        // Stopped on purpose: no failure to tell.
+        m_source->disconnect(this);
         m_source->stop();
         delete m_source;
         m_source = nullptr;
@@ -110,7 +120,7 @@ bool QtAudioInput::start()
         m_thread.start(QThread::TimeCriticalPriority);
     bool opened = false;
     QMetaObject::invokeMethod(
-        m_capture, [&] { opened = m_capture->open(device); }, Qt::BlockingQueuedConnection);
+        m_capture, [&] { opened = m_capture->open(device, failure()); }, Qt::BlockingQueuedConnection);
     return opened;
 }
 

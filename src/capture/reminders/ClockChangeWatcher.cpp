@@ -1,10 +1,9 @@
 #include "ClockChangeWatcher.h"
 
-#include <QSocketNotifier>
+#include "AppClock.h"
 
-#ifdef FIKRANEST_TEST_HOOKS
 #include <QFileInfo>
-#endif
+#include <QSocketNotifier>
 
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -23,18 +22,12 @@ ClockChangeWatcher::ClockChangeWatcher(QObject *parent)
         m_notifier = new QSocketNotifier(m_timer, QSocketNotifier::Read, this);
         connect(m_notifier, &QSocketNotifier::activated, this, &ClockChangeWatcher::readable);
     }
+    connect(&m_fileWatcher, &QFileSystemWatcher::fileChanged, this, &ClockChangeWatcher::fileTouched);
+    connect(&m_fileWatcher, &QFileSystemWatcher::directoryChanged, this, &ClockChangeWatcher::fileTouched);
+    // Linux says nothing when the zone changes; the C library reads it from this file.
+    watch(AppClock::timeZoneFile());
 #ifdef FIKRANEST_TEST_HOOKS
-    m_offsetFile = qEnvironmentVariable("FIKRANEST_CLOCK_OFFSET_FILE");
-    if (!m_offsetFile.isEmpty()) {
-        connect(&m_offsetWatcher, &QFileSystemWatcher::fileChanged, this, &ClockChangeWatcher::offsetFileTouched);
-        connect(&m_offsetWatcher, &QFileSystemWatcher::directoryChanged, this,
-                &ClockChangeWatcher::offsetFileTouched);
-        const QString folder = QFileInfo(m_offsetFile).absolutePath();
-        if (QFileInfo::exists(folder))
-            m_offsetWatcher.addPath(folder);
-        if (QFileInfo::exists(m_offsetFile))
-            m_offsetWatcher.addPath(m_offsetFile);
-    }
+    watch(qEnvironmentVariable("FIKRANEST_CLOCK_OFFSET_FILE"));
 #endif
 }
 
@@ -62,12 +55,25 @@ void ClockChangeWatcher::readable()
     }
 }
 
-#ifdef FIKRANEST_TEST_HOOKS
-void ClockChangeWatcher::offsetFileTouched()
+void ClockChangeWatcher::watch(const QString &file)
 {
-    // Written by rename, the file is a new one each time: watch whichever is there now.
-    if (QFileInfo::exists(m_offsetFile) && !m_offsetWatcher.files().contains(m_offsetFile))
-        m_offsetWatcher.addPath(m_offsetFile);
+    if (file.isEmpty())
+        return;
+    m_files.append(file);
+    const QString folder = QFileInfo(file).absolutePath();
+    if (QFileInfo::exists(folder))
+        m_fileWatcher.addPath(folder);
+    if (QFileInfo::exists(file))
+        m_fileWatcher.addPath(file);
+}
+
+void ClockChangeWatcher::fileTouched()
+{
+    // Replaced by a rename or a new link, a file is another one: watch whichever is there now.
+    for (const QString &file : std::as_const(m_files)) {
+        m_fileWatcher.removePath(file);
+        if (QFileInfo::exists(file))
+            m_fileWatcher.addPath(file);
+    }
     emit changed();
 }
-#endif

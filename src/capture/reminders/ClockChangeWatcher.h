@@ -1,15 +1,14 @@
 #pragma once
 
-#include <QObject>
-
-#ifdef FIKRANEST_TEST_HOOKS
 #include <QFileSystemWatcher>
-#endif
+#include <QObject>
+#include <QStringList>
 
 class QSocketNotifier;
 
-// Tells when the wall clock was set (by hand, by NTP stepping it, or on resume), so
-// whatever waits for a wall-clock moment can look again at once.
+// Tells when the wall clock was set (by hand, by NTP stepping it, or on resume) or the
+// system's time zone may have changed, so whatever waits for a wall-clock moment can
+// look again at once.
 class ClockChangeWatcher : public QObject
 {
     Q_OBJECT
@@ -24,13 +23,13 @@ signals:
 private:
     void arm();
     void readable();
+    void watch(const QString &file);
+    void fileTouched();
 
     int m_timer = -1;
     QSocketNotifier *m_notifier = nullptr;
-#ifdef FIKRANEST_TEST_HOOKS
-    // The acceptance tests move the program's clock through this file.
-    void offsetFileTouched();
-    QString m_offsetFile;
-    QFileSystemWatcher m_offsetWatcher;
-#endif
+    // The zone's file (and, in test builds, the file the acceptance tests move the
+    // program's clock through), with their folders, where a replacement shows.
+    QStringList m_files;
+    QFileSystemWatcher m_fileWatcher;
 };

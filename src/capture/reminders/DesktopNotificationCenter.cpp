@@ -21,8 +21,13 @@ constexpr int rewriteDelayMs = 1'000;
 } // namespace
 
 DesktopNotificationCenter::DesktopNotificationCenter(const QString &path, const QDBusConnection &bus,
-                                                     Clock clock, const QTimeZone &zone, QObject *parent)
-    : NotificationCenter(parent), m_keeper(path), m_server(bus), m_clock(std::move(clock)), m_zone(zone)
+                                                     Clock clock, Zone zone, QObject *parent)
+    : NotificationCenter(parent),
+      m_keeper(path),
+      m_server(bus),
+      m_clock(std::move(clock)),
+      m_zoneNow(std::move(zone)),
+      m_zone(m_zoneNow())
 {
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &DesktopNotificationCenter::reschedule);
@@ -59,6 +64,7 @@ void DesktopNotificationCenter::start()
 void DesktopNotificationCenter::add(const NotificationRequest &request)
 {
     ensureLoaded();
+    followZone();
     const std::optional<qint64> due = ReminderSchedule::due(request.trigger, m_zone);
     if (!due)
         return;
@@ -93,6 +99,7 @@ QList<NotificationRequest> DesktopNotificationCenter::pendingRequests() const
 void DesktopNotificationCenter::reschedule()
 {
     ensureLoaded();
+    followZone();
     const qint64 now = m_clock().toMSecsSinceEpoch();
     if (const std::optional<qint64> next = m_schedule.queueDue(now))
         m_timer.start(std::chrono::milliseconds(std::clamp(*next - now, qint64(0), longestWaitMs)));
@@ -129,6 +136,16 @@ void DesktopNotificationCenter::ensureLoaded()
         load(m_reading.get());
         return;
     }
+}
+
+void DesktopNotificationCenter::followZone()
+{
+    // A calendar trigger belongs to the wall clock wherever the machine now is.
+    const QTimeZone zone = m_zoneNow();
+    if (zone == m_zone)
+        return;
+    m_zone = zone;
+    m_schedule.follow(zone);
 }
 
 void DesktopNotificationCenter::load(const Kept &kept)

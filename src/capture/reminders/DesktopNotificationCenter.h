@@ -27,13 +27,14 @@ class DesktopNotificationCenter : public NotificationCenter
 
 public:
     using Clock = std::function<QDateTime()>;
+    using Zone = std::function<QTimeZone()>;
 
     // Keeps the requests at `path` (see ReminderKeeper). Nothing is read until
-    // `start()` or the first call that needs the requests.
+    // `start()` or the first call that needs the requests. Each request falls due when
+    // the wall clock of the zone `zone` gives at that moment reaches its minute.
     explicit DesktopNotificationCenter(const QString &path,
                                        const QDBusConnection &bus = QDBusConnection::sessionBus(),
-                                       Clock clock = &AppClock::now,
-                                       const QTimeZone &zone = AppClock::timeZone(),
+                                       Clock clock = &AppClock::now, Zone zone = &AppClock::timeZone,
                                        QObject *parent = nullptr);
     ~DesktopNotificationCenter() override;
 
@@ -51,7 +52,7 @@ public:
 
 public slots:
     // Shows whatever is due now and sets the timer for the next one. Call it when the
-    // wall clock may have jumped.
+    // wall clock may have jumped or the time zone changed.
     void reschedule();
     // Shows a word from the program right away; nothing is kept or retried.
     void announce(const QString &title, const QString &body);
@@ -65,6 +66,7 @@ private:
     };
     static Kept read(const QString &path, const QTimeZone &zone);
     void ensureLoaded();
+    void followZone();
     void load(const Kept &kept);
     void save();
     void saveSoon();
@@ -78,6 +80,8 @@ private:
     ReminderKeeper m_keeper;
     FreedesktopNotifications m_server;
     Clock m_clock;
+    Zone m_zoneNow;
+    // The zone the waiting requests' due instants are worked out in.
     QTimeZone m_zone;
     enum class Loading { notStarted, reading, done } m_loading = Loading::notStarted;
     std::future<Kept> m_reading;

@@ -38,6 +38,14 @@ QList<NotificationRequest> ReminderSchedule::requests() const
     return requests;
 }
 
+void ReminderSchedule::follow(const QTimeZone &zone)
+{
+    for (Pending &pending : m_pending) {
+        if (pending.state == State::waiting)
+            pending.due = due(pending.request.trigger, zone).value_or(pending.due);
+    }
+}
+
 std::optional<qint64> ReminderSchedule::queueDue(qint64 now)
 {
     std::optional<qint64> next;

@@ -33,6 +33,9 @@ public:
     bool remove(const QString &identifier);
     // In the order they were set.
     QList<NotificationRequest> requests() const;
+    // The wall clock now keeps to `zone`: whatever still waits falls due when it
+    // reaches its minute there.
+    void follow(const QTimeZone &zone);
 
     // Queues what is due at `now`, oldest minute first and in the order they were set
     // within a minute; answers when the next one waiting falls due.

@@ -93,7 +93,8 @@ class TestDesktopNotificationCenter : public QObject
     std::unique_ptr<DesktopNotificationCenter> makeCenter(const DesktopNotificationCenter::Clock &clock = {})
     {
         auto center = std::make_unique<DesktopNotificationCenter>(
-            path(), *m_centerBus, clock ? clock : [this] { return m_now; }, QTimeZone("Europe/Berlin"));
+            path(), *m_centerBus, clock ? clock : [this] { return m_now; },
+            [] { return QTimeZone("Europe/Berlin"); });
         center->start();
         return center;
     }
