@@ -4,9 +4,10 @@ set(FIKRANEST_PACKAGE_MAINTAINER "Fikranest <hello@fikranest.app>" CACHE STRING
     "Maintainer named in the .deb's control file")
 
 install(TARGETS fikranest RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-# Loaded when first needed, the microphone on the first recording and the updater on the
-# first check for updates, from here or from beside the program.
-install(TARGETS fikranest_audio fikranest_update LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/fikranest NAMELINK_SKIP)
+# Loaded when first needed, the microphone on the first recording, the updater on the
+# first check for updates and the unpacker on the first speech model's install, from here
+# or from beside the program.
+install(TARGETS fikranest_audio fikranest_update fikranest_unpack LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/fikranest NAMELINK_SKIP)
 # Vosk comes as a prebuilt library, loaded when dictation is first asked for.
 if(EXISTS "${FIKRANEST_VOSK_LIBRARY}")
     install(FILES "${FIKRANEST_VOSK_LIBRARY}" DESTINATION ${CMAKE_INSTALL_LIBDIR}/fikranest)

@@ -231,6 +231,8 @@ int syncCommand(int argc, char *argv[], const CommandLine &line)
 
 int main(int argc, char *argv[])
 {
+    // A file that reaches its size limit is a failed write to report, not a reason to die.
+    std::signal(SIGXFSZ, SIG_IGN);
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);

@@ -190,6 +190,12 @@ Rectangle {
                 }
             }
 
+            SpeechModelOffer {
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.margin
+                Layout.rightMargin: Theme.margin
+            }
+
             ErrorLine {
                 objectName: "recorderError"
                 Layout.leftMargin: Theme.margin

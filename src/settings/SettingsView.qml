@@ -255,6 +255,26 @@ Rectangle {
                             color: Theme.secondaryText
                         }
                     }
+                    RowLayout {
+                        spacing: Theme.spacingS
+                        SymbolIcon {
+                            name: "mic.fill"
+                            size: Theme.subheadline
+                            color: SpeechModelInstaller.ready ? Theme.green : Theme.secondaryText
+                        }
+                        Label {
+                            objectName: "speechText"
+                            Layout.fillWidth: true
+                            textFormat: Text.PlainText
+                            text: "التعرف على الكلام: " + (SpeechModelInstaller.ready ? "جاهز ✅" : "غير مثبت")
+                            font.pixelSize: Theme.subheadline
+                            color: Theme.secondaryText
+                        }
+                    }
+                    SpeechModelOffer {
+                        Layout.fillWidth: true
+                        explained: false
+                    }
                     LinkButton {
                         id: makerLink
 

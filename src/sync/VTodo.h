@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AppClock.h"
 #include "Idea.h"
 
 #include <QByteArray>
@@ -30,7 +31,7 @@ struct Reading
 // English `error` for the log: more than 4 MiB, 5000 components or a 1 MiB line, not
 // iCalendar, no VTODO, no UID, a date that is not on the calendar (or after the year
 // 3000), components nested deeper than 16. Safe to call from any thread.
-Reading read(const QByteArray &ics, const QTimeZone &zone = QTimeZone::systemTimeZone());
+Reading read(const QByteArray &ics, const QTimeZone &zone = AppClock::timeZone());
 
 // `idea` written over `previous`, the server's copy as last read (empty for a new task).
 // A property is rewritten only when what it reads as differs from the idea, so a task in

@@ -27,5 +27,5 @@ done
 for s in 16 24 32 48 64 128 256; do
     file "share/icons/hicolor/${s}x$s/apps/fikranest.png" | grep -q "PNG image data, $s x $s," || { echo "no ${s}px icon"; exit 1; }
 done
-ls lib*/fikranest/libfikranest_audio.so lib*/fikranest/libfikranest_update.so >/dev/null
+ls lib*/fikranest/libfikranest_audio.so lib*/fikranest/libfikranest_update.so lib*/fikranest/libfikranest_unpack.so >/dev/null
 [ ! -f "$build/vosk/libvosk.so" ] || ls lib*/fikranest/libvosk.so >/dev/null

@@ -87,9 +87,7 @@ void AudioRecorder::setAudioLevel(float level)
 
 void AudioRecorder::requestPermissions(std::function<void(bool granted)> completion)
 {
-    speechRecognizer()->prepare(this, [completion = std::move(completion)](SpeechEngine::Status status) {
-        completion(status != SpeechEngine::Status::absent);
-    });
+    speechRecognizer()->prepare(this, [completion = std::move(completion)](SpeechEngine::Status) { completion(true); });
 }
 
 void AudioRecorder::startRecording()

@@ -42,9 +42,9 @@ public:
     QString errorMessage() const { return m_errorMessage; }
     float audioLevel() const { return m_audioLevel; }
 
-    // The microphone needs no asking; speech counts as allowed when a recogniser is
-    // installed, which the first request finds out by loading it. The answer comes
-    // later, on the main thread.
+    // The desktop asks nothing for the microphone or for speech, so the answer is always
+    // yes; it comes later, on the main thread, once the recogniser has tried to load, so
+    // that starting knows whether there is one.
     void requestPermissions(std::function<void(bool granted)> completion);
     Q_INVOKABLE void startRecording();
     Q_INVOKABLE void stopRecording();

@@ -15,13 +15,18 @@ namespace {
 constexpr int drainIntervalMs = 30;
 
 #ifdef FIKRANEST_TEST_HOOKS
-// Lets the acceptance tests dictate through the real microphone path where no model
+// Lets the acceptance tests dictate through the real microphone path where no real model
 // can be installed: it "recognises" a fixed sentence once it has heard a third of a
 // second of sound.
 class LoudnessEngine : public SpeechEngine
 {
 public:
-    Status load() override { return Status::ready; }
+    // Asked to, it takes only an installed model's folder, as the real one does.
+    Status load() override
+    {
+        const bool wantsModel = qEnvironmentVariable("FIKRANEST_TEST_LOUDNESS_ENGINE") == QLatin1String("model");
+        return wantsModel && VoskSpeechEngine::defaultModelFolder().isEmpty() ? Status::absent : Status::ready;
+    }
     bool beginUtterance() override
     {
         m_loudSamples = 0;
