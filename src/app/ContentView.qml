@@ -34,7 +34,15 @@ Item {
 
         Connections {
             target: AppSettings
-            function onHasCompletedOnboardingChanged() { content.show() }
+            function onHasCompletedOnboardingChanged() { swap.restart() }
+        }
+        // The walkthrough fades out and the list in, with the platform's default timing.
+        SequentialAnimation {
+            id: swap
+
+            NumberAnimation { target: content; property: "opacity"; to: 0; duration: 175; easing.type: Easing.InOutQuad }
+            ScriptAction { script: content.show() }
+            NumberAnimation { target: content; property: "opacity"; to: 1; duration: 175; easing.type: Easing.InOutQuad }
         }
     }
 

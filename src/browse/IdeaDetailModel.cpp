@@ -6,6 +6,8 @@
 #include "NotificationCenter.h"
 #include "Vocabulary.h"
 
+#include <QRegularExpression>
+
 IdeaDetailModel::IdeaDetailModel(QObject *parent)
     : IdeaDetailModel(IdeaStore::shared(), NotificationCenter::shared(), parent)
 {
@@ -53,10 +55,19 @@ bool IdeaDetailModel::isDone() const
 
 // Only an edit writes: the editor reshapes some texts it is given (a CR becomes a line
 // break), and an idea that was only looked at must stay as it was stored.
-void IdeaDetailModel::setTitle(const QString &title)
+void IdeaDetailModel::setTitle(const QString &typed)
 {
-    if (!m_isEditing || title == m_idea.title)
+    if (!m_isEditing)
         return;
+    // The title is one line: a line break pasted into it reads as a space.
+    static const QRegularExpression lineBreaks(QStringLiteral("\\r\\n|[\\r\\n\\x{2028}\\x{2029}]"));
+    const QString title = QString(typed).replace(lineBreaks, QStringLiteral(" "));
+    if (title == m_idea.title) {
+        // The field still shows the break: it takes the title back.
+        if (title != typed)
+            emit titleChanged();
+        return;
+    }
     m_idea.title = title;
     emit titleChanged();
     edited();

@@ -148,7 +148,7 @@ Rectangle {
                         SymbolIcon {
                             anchors.verticalCenter: parent.verticalCenter
                             name: "checkmark.circle.fill"
-                            size: Theme.subheadline
+                            size: Theme.footnote
                             color: Theme.green
                         }
                         Label {
@@ -171,6 +171,9 @@ Rectangle {
                 onActiveFocusChanged: if (activeFocus) detail.beginEditing()
                 onCursorRectangleChanged: if (activeFocus) scroll.ensureVisible(titleField)
                 placeholderText: "عنوان الفكرة"
+                // One line: Return ends the edit there rather than starting another.
+                Keys.onReturnPressed: view.forceActiveFocus()
+                Keys.onEnterPressed: view.forceActiveFocus()
                 font.pixelSize: Theme.title
                 font.strikeout: detail.isDone
                 wrapMode: TextEdit.Wrap
@@ -247,7 +250,7 @@ Rectangle {
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: detail.isDone ? "arrow.uturn.backward" : "checkmark.circle"
-                        size: Theme.title3
+                        size: Theme.body
                         color: Theme.blue600
                     }
                     Label {
@@ -272,7 +275,7 @@ Rectangle {
                     SymbolIcon {
                         anchors.verticalCenter: parent.verticalCenter
                         name: "trash"
-                        size: Theme.title3
+                        size: Theme.body
                         color: Theme.red
                     }
                     Label {
@@ -286,74 +289,18 @@ Rectangle {
         }
     }
 
-    Dialog {
+    AlertDialog {
         id: deleteAlert
 
         objectName: "deleteAlert"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        width: Math.min(300, view.width - 2 * Theme.margin)
-        modal: true
-        padding: Theme.margin
-        topPadding: Theme.spacingS
-
-        enter: Transition {
-            NumberAnimation { property: "opacity"; from: 0; to: 1; duration: 300; easing.type: Easing.InOutQuad }
-        }
-        background: Rectangle {
-            radius: Theme.radiusXL
-            color: Theme.white
-        }
-        header: Label {
-            topPadding: Theme.margin
-            text: "حذف الفكرة؟"
-            horizontalAlignment: Text.AlignHCenter
-            font.pixelSize: Theme.headline
-            font.bold: true
-        }
-        contentItem: Label {
-            text: "بتروح ولن ترجع.. متأكد؟"
-            horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.WordWrap
-            font.pixelSize: Theme.subheadline
-        }
-        footer: RowLayout {
-            LayoutMirroring.enabled: true
-            LayoutMirroring.childrenInherit: true
-            spacing: Theme.spacingM
-
-            AppButton {
-                Layout.fillWidth: true
-                Layout.leftMargin: Theme.margin
-                Layout.bottomMargin: Theme.margin
-                text: "إلغاء"
-                font.pixelSize: Theme.callout
-                Accessible.name: text
-                onClicked: deleteAlert.close()
-            }
-            AppButton {
-                id: confirmDelete
-
-                Layout.fillWidth: true
-                Layout.rightMargin: Theme.margin
-                Layout.bottomMargin: Theme.margin
-                text: "احذف"
-                font.pixelSize: Theme.callout
-                font.bold: true
-                Accessible.name: text
-                contentItem: Label {
-                    textFormat: Text.PlainText
-                    text: confirmDelete.text
-                    font: confirmDelete.font
-                    color: Theme.red
-                    horizontalAlignment: Text.AlignHCenter
-                }
-                onClicked: {
-                    deleteAlert.close()
-                    if (detail.deleteIdea())
-                        view.dismissRequested()
-                }
-            }
+        title: "حذف الفكرة؟"
+        message: "بتروح ولن ترجع.. متأكد؟"
+        cancelText: "إلغاء"
+        confirmText: "احذف"
+        destructive: true
+        onConfirmed: {
+            if (detail.deleteIdea())
+                view.dismissRequested()
         }
     }
 }

@@ -131,11 +131,17 @@ StackView {
                     }
 
                     Flickable {
+                        id: chipRow
+
                         Layout.fillWidth: true
                         Layout.topMargin: Theme.spacingXXL
                         Layout.bottomMargin: Theme.spacingL
                         implicitHeight: chips.implicitHeight
-                        contentWidth: chips.implicitWidth + 2 * Theme.margin
+                        contentWidth: Math.max(width, chips.implicitWidth + 2 * Theme.margin)
+                        // A flickable is never mirrored: the row is put at the right edge by
+                        // hand, where it starts, and that end is the one shown first.
+                        onContentWidthChanged: contentX = contentWidth - width
+                        onWidthChanged: contentX = contentWidth - width
                         flickableDirection: Flickable.HorizontalFlick
                         boundsBehavior: Flickable.StopAtBounds
                         clip: true
@@ -143,7 +149,7 @@ StackView {
                         Row {
                             id: chips
 
-                            x: Theme.margin
+                            x: chipRow.contentWidth - width - Theme.margin
                             spacing: Theme.spacingS
                             Repeater {
                                 model: listState.categories

@@ -301,28 +301,11 @@ Rectangle {
         }
     }
 
-    Dialog {
+    AlertDialog {
         objectName: "permissionAlert"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        modal: true
         visible: sheetModel.showPermissionAlert
         onClosed: sheetModel.showPermissionAlert = false
         title: "صلاحيات مطلوبة"
-
-        contentItem.LayoutMirroring.enabled: true
-        contentItem.LayoutMirroring.childrenInherit: true
-
-        Label {
-            width: Math.min(implicitWidth, sheet.width - 80)
-            text: "نحتاج صلاحية المايكروفون والتعرف على الكلام عشان نسجل صوتك"
-            wrapMode: Text.WordWrap
-        }
-        footer: DialogButtonBox {
-            AppButton {
-                text: "حسناً"
-                DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
-            }
-        }
+        message: "نحتاج صلاحية المايكروفون والتعرف على الكلام عشان نسجل صوتك"
     }
 }

@@ -225,6 +225,14 @@ QString DateTexts::relative(const QDateTime &date, const QDateTime &now, const Q
     return U_SUCCESS(status) ? fromIcu(text) : fallback(date, locale, zone);
 }
 
+QLocale DateTexts::arabicLocale()
+{
+    const QLocale system = QLocale::system();
+    if (system.language() == QLocale::C || system.territory() == QLocale::AnyTerritory)
+        return QLocale(QLocale::Arabic);
+    return QLocale(QLocale::Arabic, system.territory());
+}
+
 QString DateTexts::reminder(const QDateTime &date, const QLocale &locale, const QTimeZone &zone)
 {
     return detail(&Formatters::reminder, u"dMMMMjmm", date, locale, zone);

@@ -8,7 +8,7 @@
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
-// Every date the program shows, worded by ICU in the user's locale and the given zone.
+// Every date the program shows, worded by ICU in Arabic and the given zone.
 // A failing ICU falls back to Qt's short date, never to an empty text.
 class DateTexts : public QObject
 {
@@ -21,15 +21,19 @@ class DateTexts : public QObject
 public:
     explicit DateTexts(QObject *parent = nullptr);
 
+    // The program speaks only Arabic, its dates too: in the region of the system's locale
+    // where it names one (the nearest Qt knows), plain Arabic otherwise.
+    static QLocale arabicLocale();
+
     // "now", "5 minutes ago", "yesterday", "last week", "in 2 days".
     static QString relative(const QDateTime &date, const QDateTime &now,
-                            const QLocale &locale = QLocale::system(),
+                            const QLocale &locale = DateTexts::arabicLocale(),
                             const QTimeZone &zone = AppClock::timeZone());
     // Day, month name, hour with its AM/PM marker, minute.
-    static QString reminder(const QDateTime &date, const QLocale &locale = QLocale::system(),
+    static QString reminder(const QDateTime &date, const QLocale &locale = DateTexts::arabicLocale(),
                             const QTimeZone &zone = AppClock::timeZone());
     // Day, month name, year, hour, minute.
-    static QString creation(const QDateTime &date, const QLocale &locale = QLocale::system(),
+    static QString creation(const QDateTime &date, const QLocale &locale = DateTexts::arabicLocale(),
                             const QTimeZone &zone = AppClock::timeZone());
 
     // `now` is the property's, which steps once a minute: what was made since its last

@@ -4,6 +4,8 @@
 #include "IdeaStore.h"
 #include "Vocabulary.h"
 
+#include <QRegularExpression>
+
 MenuBarModel::MenuBarModel(QObject *parent) : MenuBarModel(IdeaStore::shared(), {}, parent)
 {
 }
@@ -82,12 +84,19 @@ void MenuBarModel::setSaveError(const QString &message)
     emit saveErrorChanged();
 }
 
-// What one elided line of the panel can show: a label measures all of its text, however
-// little of it fits.
+// What one elided line of the panel can show: the first line with any text, since a
+// label measures all of its text, however little of it fits.
 QString MenuBarModel::headline(const QString &title)
 {
     constexpr qsizetype longest = 120;
-    QString line = title.left(title.indexOf(u'\n'));
+    static const QRegularExpression breaks(QStringLiteral("[\\r\\n\\x{2028}\\x{2029}]"));
+    QString line;
+    for (const QString &candidate : title.split(breaks)) {
+        if (!candidate.trimmed().isEmpty()) {
+            line = candidate;
+            break;
+        }
+    }
     if (line.size() > longest)
         line.truncate(line.at(longest - 1).isHighSurrogate() ? longest - 1 : longest);
     return line;

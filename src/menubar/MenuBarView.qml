@@ -70,6 +70,10 @@ Pane {
             placeholderText: "اكتب فكرتك هنا..."
             font.pixelSize: Theme.subheadline
             horizontalAlignment: TextInput.AlignLeft
+            // Plain: no box around it, as in the walkthrough.
+            background: null
+            leftPadding: 0
+            rightPadding: 0
             focus: true
             Accessible.name: "فكرة سريعة"
         }

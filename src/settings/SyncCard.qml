@@ -96,55 +96,14 @@ SectionCard {
         source: "SyncConnectSheet.qml"
     }
 
-    Dialog {
+    AlertDialog {
         id: disconnectAlert
 
         objectName: "disconnectAlert"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        width: Math.min(300, parent ? parent.width - 2 * Theme.margin : 300)
-        modal: true
-        padding: Theme.margin
-        topPadding: Theme.spacingS
-        background: Rectangle {
-            radius: Theme.radiusXL
-            color: Theme.white
-        }
-        contentItem: Label {
-            topPadding: Theme.margin
-            text: "أكيد تبي تفصل؟ أفكارك تبقى في جهازك"
-            horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.WordWrap
-            font.pixelSize: Theme.subheadline
-        }
-        footer: RowLayout {
-            LayoutMirroring.enabled: true
-            LayoutMirroring.childrenInherit: true
-            spacing: Theme.spacingM
-
-            AppButton {
-                Layout.fillWidth: true
-                Layout.leftMargin: Theme.margin
-                Layout.bottomMargin: Theme.margin
-                text: "إلغاء"
-                font.pixelSize: Theme.callout
-                Accessible.name: text
-                onClicked: disconnectAlert.close()
-            }
-            AppButton {
-                Layout.fillWidth: true
-                Layout.rightMargin: Theme.margin
-                Layout.bottomMargin: Theme.margin
-                text: "افصل"
-                font.pixelSize: Theme.callout
-                font.bold: true
-                palette.buttonText: Theme.red
-                Accessible.name: text
-                onClicked: {
-                    disconnectAlert.close()
-                    SyncService.disconnectAccount()
-                }
-            }
-        }
+        message: "أكيد تبي تفصل؟ أفكارك تبقى في جهازك"
+        cancelText: "إلغاء"
+        confirmText: "افصل"
+        destructive: true
+        onConfirmed: SyncService.disconnectAccount()
     }
 }

@@ -26,8 +26,9 @@ private slots:
             return titles;
         };
 
-        for (const char *title : {"أولى", "ثانية", "ثالثة", "رابعة"})
+        for (const char *title : {"أولى", "ثانية", "ثالثة", "\n \r\nرابعة\nوبعدها"})
             saveAs(title);
+        // A title that starts with a line break shows its first line with text.
         QCOMPARE(recentTitles(), QStringList({"رابعة", "ثالثة", "ثانية"}));
         IdeaActions(store.get(), nullptr).markDone(store->allIdeas()[0].recordId(), store->allIdeas()[0].idText());
         QCOMPARE(recentTitles(), QStringList({"ثالثة", "ثانية", "أولى"}));
