@@ -64,7 +64,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtquick, qml6-module-qtquick-controls, \
 qml6-module-qtquick-layouts, qml6-module-qtquick-window, qml6-module-qtquick-templates, \
 qml6-module-qtqml, qml6-module-qtqml-workerscript, fonts-noto-core, fonts-noto-ui-core, \
-fonts-noto-color-emoji, fonts-material-design-icons-iconfont, dbus")
+fonts-noto-color-emoji, fonts-material-design-icons-iconfont, dbus, qt6-wayland")
 # The program looks for Vosk where this build would install it, so a .deb from a build for
 # another prefix would never find it.
 set(CPACK_FIKRANEST_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")

@@ -17,7 +17,7 @@ CommandLine invalid(const QString &arabic, const QString &english)
 
 } // namespace
 
-CommandLine CommandLine::parse(const QStringList &arguments)
+CommandLine CommandLine::parse(const QStringList &arguments, Origin origin)
 {
     QCommandLineParser parser;
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
@@ -31,6 +31,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     const QCommandLineOption sync(QStringLiteral("sync"));
     const QCommandLineOption syncOff(QStringLiteral("sync-off"));
     parser.addOptions({help, version, background, capture, add, category, syncSetup, list, sync, syncOff});
+    // Not for people: only a later launch passes it on, so only a hand-over knows it.
+    const QCommandLineOption activationToken(QStringLiteral("activation-token"), QString(), QStringLiteral("token"));
+    if (origin == Origin::handOver)
+        parser.addOption(activationToken);
     if (!parser.parse(arguments))
         return invalid(QStringLiteral("ما فهمت الأمر: %1").arg(parser.errorText()), parser.errorText());
     // --sync-setup takes the user name after the address.
@@ -45,6 +49,8 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     }
 
     CommandLine line;
+    if (origin == Origin::handOver)
+        line.activationToken = parser.value(activationToken);
     if (parser.isSet(help)) {
         line.action = Action::help;
         return line;
@@ -90,6 +96,11 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         line.action = Action::background;
     }
     return line;
+}
+
+QString CommandLine::activationTokenArgument(const QString &token)
+{
+    return QStringLiteral("--activation-token=") + token;
 }
 
 QString CommandLine::helpText()

@@ -125,9 +125,11 @@ void FikranestApp::handle(const CommandLine &line, const SingleInstance::Reply &
     };
     switch (line.action) {
     case CommandLine::Action::open:
+        AppWindow::handActivationToken(line.activationToken);
         openWindow(QStringLiteral("main"));
         return answer(true);
     case CommandLine::Action::capture:
+        AppWindow::handActivationToken(line.activationToken);
         openWindow(QStringLiteral("main"));
         AppEvents::instance().postNewIdea();
         return answer(true);

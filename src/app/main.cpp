@@ -265,6 +265,12 @@ int main(int argc, char *argv[])
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND"))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
+    // A launcher's leave to come forward on Wayland: a later launch passes it to the
+    // running instance, whose window is the one to come forward.
+    QStringList handedOver = arguments;
+    if (const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN"); !token.isEmpty())
+        handedOver << CommandLine::activationTokenArgument(token);
+
     QApplication application(argc, argv);
     name(application);
     application.setApplicationDisplayName(QStringLiteral("الفكرون"));
@@ -273,7 +279,7 @@ int main(int argc, char *argv[])
     application.setQuitOnLastWindowClosed(false);
 
     SingleInstance instance(storeFolder());
-    if (const std::optional<int> status = handOver(instance, arguments))
+    if (const std::optional<int> status = handOver(instance, handedOver))
         return *status;
 
     const QuitOnSignals quitOnSignals;
@@ -288,7 +294,8 @@ int main(int argc, char *argv[])
     if (line.action == CommandLine::Action::capture)
         app.handle(line);
     instance.setHandler([&app](const QStringList &later, const SingleInstance::Reply &reply) {
-        app.handle(CommandLine::parse(QStringList{QStringLiteral("fikranest")} + later), reply);
+        app.handle(CommandLine::parse(QStringList{QStringLiteral("fikranest")} + later, CommandLine::Origin::handOver),
+                   reply);
     });
     return application.exec();
 }

@@ -6,8 +6,31 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
+#include <QtMath>
+
+#include <limits>
+
+namespace {
+
+// Exactly as tall as its content, and of that one size, which Wayland compositors, tiling ones
+// too, float rather than lay out. The limits open for a change they would otherwise hold back.
+void fit(QQuickWindow &panel, const QQuickItem &body)
+{
+    const QSize size(MenuBarExtra::panelWidth, qMax(1, qCeil(body.implicitHeight())));
+    if (panel.size() == size && panel.minimumSize() == size && panel.maximumSize() == size)
+        return;
+    panel.setMinimumSize(QSize(0, 0));
+    // Bounded to QWindow's own "no limit".
+    panel.setMaximumSize(QSize(std::numeric_limits<int>::max(), std::numeric_limits<int>::max()));
+    panel.resize(size);
+    panel.setMinimumSize(size);
+    panel.setMaximumSize(size);
+}
+
+} // namespace
 
 MenuBarExtra::MenuBarExtra(QQmlEngine &engine, QObject *parent) : QObject(parent), m_engine(engine)
 {
@@ -41,6 +64,11 @@ QQuickWindow *MenuBarExtra::panel()
                                      if (!panel.isActive() && panel.isVisible())
                                          panel.hide();
                                  });
+                                 if (auto *body = panel.property("body").value<QQuickItem *>()) {
+                                     fit(panel, *body);
+                                     connect(body, &QQuickItem::implicitHeightChanged, this,
+                                             [&panel, body] { fit(panel, *body); });
+                                 }
                              });
 }
 
@@ -55,8 +83,10 @@ void MenuBarExtra::togglePanel()
     QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QSize size(panelWidth, qMax(1, m_panel->height()));
-    m_panel->setPosition(panelPosition(m_tray.geometry(), size, screen->availableGeometry(), QCursor::pos()));
+    // Where the compositor lets the program place its windows: not on Wayland, where it
+    // puts the panel itself.
+    m_panel->setPosition(
+        panelPosition(m_tray.geometry(), m_panel->size(), screen->availableGeometry(), QCursor::pos()));
     AppWindow::present(*m_panel);
 }
 

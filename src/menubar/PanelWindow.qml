@@ -4,12 +4,13 @@ import Fikranest
 Window {
     id: panelWindow
 
+    // What the panel is sized after: its width, and all the height it asks for.
+    readonly property Item body: view
+
     title: "لوحة الفكرون"
     width: Theme.panelWidth
-    height: view.implicitHeight
     flags: Qt.Tool | Qt.FramelessWindowHint
     color: Theme.white
-    // Its text field holds the focus, and takes the keys once the desktop activates the panel.
     onVisibleChanged: if (visible) LatencyTrace.end("panel", panelWindow)
 
     Shortcut {
@@ -24,6 +25,8 @@ Window {
     MenuBarView {
         id: view
         width: parent.width
+        // So its quick field, which holds the focus inside it, gets the keys as soon as the panel does.
+        focus: true
         onDismissRequested: panelWindow.hide()
     }
 }

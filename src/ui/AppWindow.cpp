@@ -3,6 +3,14 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 
+#include <utility>
+
+namespace {
+
+QString handedToken;
+
+} // namespace
+
 QQuickWindow *AppWindow::ensure(QQmlEngine &engine, const QUrl &url, QPointer<QQuickWindow> &window,
                                 const std::function<void(QQuickWindow &)> &setUp)
 {
@@ -28,5 +36,19 @@ void AppWindow::present(QQuickWindow &window)
     else
         window.show();
     window.raise();
+    const QString token = std::exchange(handedToken, QString());
+    if (token.isEmpty()) {
+        window.requestActivate();
+        return;
+    }
+    // Qt's Wayland plugin reads the token from the environment when asked to activate;
+    // it is ours only for this once.
+    qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
     window.requestActivate();
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
+void AppWindow::handActivationToken(const QString &token)
+{
+    handedToken = token;
 }

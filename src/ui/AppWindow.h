@@ -20,4 +20,9 @@ QQuickWindow *ensure(QQmlEngine &engine, const QUrl &url, QPointer<QQuickWindow>
 // Shows it (restored, if it was minimised), raised and taking the keyboard.
 void present(QQuickWindow &window);
 
+// The xdg-activation token a launcher or notification server handed over with a request
+// to come forward; the next present() spends it. A Wayland compositor gives the keyboard
+// to a window of a program that is not in front only with one.
+void handActivationToken(const QString &token);
+
 } // namespace AppWindow

@@ -13,7 +13,8 @@ else
     deb=$tmp/deb/fikranest_1.1_amd64.deb
     diff <(dpkg-deb -f "$deb" Package Version Architecture Section) <(printf 'Package: fikranest\nVersion: 1.1\nArchitecture: amd64\nSection: utils\n')
     depends=$(dpkg-deb -f "$deb" Depends)
-    for d in libc6 libqt6quick6 libqt6multimedia6 libqt6network6 libssl3 qml6-module-qtquick-controls fonts-noto-color-emoji dbus; do
+    for d in libc6 libqt6quick6 libqt6multimedia6 libqt6network6 libssl3 libarchive13 qml6-module-qtquick-controls \
+        fonts-noto-color-emoji dbus qt6-wayland; do
         grep -Eq "(^|, )$d( |,|$)" <<<"$depends" || { echo "Depends lacks $d: $depends"; exit 1; }
     done
     DESTDIR="$tmp" cmake --install "$build" --prefix /usr >/dev/null

@@ -1,5 +1,7 @@
 #include "FreedesktopNotifications.h"
 
+#include "AppWindow.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -30,13 +32,17 @@ FreedesktopNotifications::FreedesktopNotifications(const QDBusConnection &bus, Q
     connect(server, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &oldOwner, const QString &newOwner) {
                 // Ids belong to the server that issued them; a new one starts counting afresh.
-                if (!oldOwner.isEmpty())
+                if (!oldOwner.isEmpty()) {
                     m_shown.clear();
+                    m_activationTokens.clear();
+                }
                 if (!newOwner.isEmpty())
                     emit serverAppeared();
             });
     m_bus.connect(service, objectPath, interface, QStringLiteral("ActionInvoked"), this,
                   SLOT(onActionInvoked(uint,QString)));
+    m_bus.connect(service, objectPath, interface, QStringLiteral("ActivationToken"), this,
+                  SLOT(onActivationToken(uint,QString)));
     m_bus.connect(service, objectPath, interface, QStringLiteral("NotificationClosed"), this,
                   SLOT(onNotificationClosed(uint,uint)));
 }
@@ -83,12 +89,22 @@ void FreedesktopNotifications::ask(int timeoutMs, std::function<void(bool answer
 
 void FreedesktopNotifications::onActionInvoked(uint notificationId, const QString &actionKey)
 {
+    const QString token = m_activationTokens.take(notificationId);
     const auto shown = m_shown.constFind(notificationId);
-    if (actionKey == QLatin1String("default") && shown != m_shown.constEnd())
+    if (actionKey == QLatin1String("default") && shown != m_shown.constEnd()) {
+        AppWindow::handActivationToken(token);
         emit activated(*shown);
+    }
+}
+
+void FreedesktopNotifications::onActivationToken(uint notificationId, const QString &token)
+{
+    if (m_shown.contains(notificationId))
+        m_activationTokens.insert(notificationId, token);
 }
 
 void FreedesktopNotifications::onNotificationClosed(uint notificationId, uint)
 {
     m_shown.remove(notificationId);
+    m_activationTokens.remove(notificationId);
 }

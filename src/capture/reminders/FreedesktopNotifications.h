@@ -37,10 +37,15 @@ signals:
 
 private slots:
     void onActionInvoked(uint notificationId, const QString &actionKey);
+    // Sent just before ActionInvoked by servers that can: the leave for our window to come
+    // forward on Wayland.
+    void onActivationToken(uint notificationId, const QString &token);
     void onNotificationClosed(uint notificationId, uint reason);
 
 private:
     QDBusConnection m_bus;
     // Notifications the current server showed for us, by its id.
     QHash<uint, QString> m_shown;
+    // Activation tokens for those of them just clicked, until their action arrives.
+    QHash<uint, QString> m_activationTokens;
 };
