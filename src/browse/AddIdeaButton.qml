@@ -25,9 +25,9 @@ AppButton {
             color: Theme.white
         }
         Label {
-            textFormat: Text.PlainText
             id: label
 
+            textFormat: Text.PlainText
             anchors.verticalCenter: parent.verticalCenter
             text: button.text
             font.pixelSize: Theme.body
@@ -37,6 +37,8 @@ AppButton {
                 SequentialAnimation {
                     NumberAnimation { target: label; property: "opacity"; to: 0; duration: 150; easing.type: Easing.InOutQuad }
                     PropertyAction {}
+                    // Back only once the button has its new width, so no letter shows outside it.
+                    PauseAnimation { duration: 300 }
                     NumberAnimation { target: label; property: "opacity"; to: 1; duration: 150; easing.type: Easing.InOutQuad }
                 }
             }

@@ -80,9 +80,9 @@ FocusScope {
                 horizontalAlignment: Text.AlignLeft
             }
             Text {
-                textFormat: Text.PlainText
                 id: createdText
 
+                textFormat: Text.PlainText
                 anchors.top: titleText.bottom
                 anchors.topMargin: Theme.spacingXXS
                 width: parent.width
@@ -118,9 +118,9 @@ FocusScope {
             radius: 6
             color: Theme.faded(tint, 0.1)
             Text {
-                textFormat: Text.PlainText
                 id: chipText
 
+                textFormat: Text.PlainText
                 anchors.centerIn: parent
                 text: card.category
                 font.pixelSize: Theme.caption

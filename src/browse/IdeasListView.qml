@@ -243,9 +243,9 @@ StackView {
                             contentItem: Item {
                                 implicitHeight: doneLabel.implicitHeight
                                 Label {
-                                    textFormat: Text.PlainText
                                     id: doneLabel
 
+                                    textFormat: Text.PlainText
                                     anchors.left: parent.left
                                     text: doneButton.text
                                     font.pixelSize: Theme.callout

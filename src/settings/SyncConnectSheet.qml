@@ -41,9 +41,9 @@ Rectangle {
     }
 
     Label {
-        textFormat: Text.PlainText
         id: heading
 
+        textFormat: Text.PlainText
         anchors.horizontalCenter: parent.horizontalCenter
         y: Theme.margin
         text: connecting.choosing ? "وين نحط أفكارك؟" : "ربط المزامنة"

@@ -4,9 +4,9 @@ import Fikranest
 // A system symbol by name, e.g. SymbolIcon { name: "plus.bubble.fill"; size: 16 }.
 // Left and right stay as named; forward and backward turn with the reading direction.
 Text {
-    textFormat: Text.PlainText
     id: icon
 
+    textFormat: Text.PlainText
     property string name
     property real size: Theme.body
 

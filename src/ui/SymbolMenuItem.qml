@@ -24,9 +24,9 @@ MenuItem {
             color: label.color
         }
         Label {
-            textFormat: Text.PlainText
             id: label
 
+            textFormat: Text.PlainText
             anchors.verticalCenter: parent.verticalCenter
             text: item.text
             font.pixelSize: Theme.subheadline
