@@ -1,5 +1,7 @@
 #include "FikranestApp.h"
 
+#include "DateTexts.h"
+
 #include "AppDelegate.h"
 #include "AppEvents.h"
 #include "AppSettings.h"
@@ -193,8 +195,14 @@ void FikranestApp::afterFirstFrame()
                                                                      const QList<SyncChange> &changes) {
             return writer->applySynced(changes);
         });
-        // Hand back to the system what building the window and reading the list freed.
-        QTimer::singleShot(1000, [] { malloc_trim(0); });
+        // A second on: the dates' formatters, if no card has built them, so that the first
+        // ideas to arrive (from sync or a later launch) do not wait on ICU; then hand back
+        // to the system what building the window and reading the list freed.
+        QTimer::singleShot(1000, [] {
+            const QDateTime now = QDateTime::currentDateTimeUtc();
+            DateTexts::relative(now, now);
+            malloc_trim(0);
+        });
     };
     QTimer::singleShot(m_mainWindow ? 3000 : 0, this, start);
     if (m_mainWindow) {
