@@ -110,20 +110,20 @@ def _prop(d, w, name):
     return prop.value if prop else None
 
 
-class Desktop:
-    """Xvfb + private session bus + AT-SPI + notifications + tray, per test."""
+class Session:
+    """What a test starts for itself, stopped in reverse order on the way out, with a
+    fresh folder for its screenshots and logs."""
 
-    def __init__(self, name, tray=True):
+    def __init__(self, name):
         root = os.environ.get("FIKRANEST_SCREENSHOT_DIR") or os.path.join(os.getcwd(), "screenshots")
-        self.with_tray = tray
-        self.tray = None
         self.artifacts = os.path.join(os.path.abspath(root), name)
         self._shots = 0
         self._stack = contextlib.ExitStack()
-        self.env = {}
 
     def __enter__(self):
         try:
+            shutil.rmtree(self.artifacts, ignore_errors=True)
+            os.makedirs(self.artifacts)
             self._start()
         except BaseException:
             self._stack.close()
@@ -134,8 +134,19 @@ class Desktop:
         self._stack.close()
 
     def _start(self):
-        shutil.rmtree(self.artifacts, ignore_errors=True)
-        os.makedirs(self.artifacts)
+        raise NotImplementedError
+
+
+class Desktop(Session):
+    """Xvfb + private session bus + AT-SPI + notifications + tray, per test."""
+
+    def __init__(self, name, tray=True):
+        super().__init__(name)
+        self.with_tray = tray
+        self.tray = None
+        self.env = {}
+
+    def _start(self):
         self.tmp = tempfile.mkdtemp(prefix="fikranest-desktop-")
         self._stack.callback(shutil.rmtree, self.tmp, True)
         self.runtime_dir = os.path.join(self.tmp, "runtime")

@@ -13,7 +13,7 @@ import subprocess
 import tempfile
 import unittest
 
-from harness import DEFAULT_BIN, stop_process, wait_until, bus_at
+from harness import DEFAULT_BIN, Session, stop_process, wait_until, bus_at
 
 MAIN = "الفكرون"
 PANEL = "لوحة الفكرون"
@@ -88,31 +88,15 @@ def activation_token(display):
         return next(_string(data) for obj, opcode, data in stream if obj == 5)
 
 
-class Sway:
+class Sway(Session):
     """A headless sway and its bar, on a session bus of their own, run as USER (or as
     whoever runs the test when that is not root); the program runs as the test does."""
 
     def __init__(self, name):
-        root = os.environ.get("FIKRANEST_SCREENSHOT_DIR") or os.path.join(os.getcwd(), "screenshots")
-        self.artifacts = os.path.join(os.path.abspath(root), name)
+        super().__init__(name)
         self.binary = os.path.abspath(os.environ.get("FIKRANEST_BIN") or DEFAULT_BIN)
-        self._stack = contextlib.ExitStack()
-        self._shots = 0
-
-    def __enter__(self):
-        try:
-            self._start()
-        except BaseException:
-            self._stack.close()
-            raise
-        return self
-
-    def __exit__(self, *exc):
-        self._stack.close()
 
     def _start(self):
-        shutil.rmtree(self.artifacts, ignore_errors=True)
-        os.makedirs(self.artifacts)
         self.tmp = tempfile.mkdtemp(prefix="fikranest-wayland-")
         self._stack.callback(shutil.rmtree, self.tmp, True)
         os.chmod(self.tmp, 0o755)
