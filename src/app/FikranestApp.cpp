@@ -1,15 +1,15 @@
 #include "FikranestApp.h"
 
-#include "DateTexts.h"
-
 #include "AppDelegate.h"
 #include "AppEvents.h"
-#include "AppSettings.h"
 #include "AppPalette.h"
+#include "AppSettings.h"
 #include "AppWindow.h"
 #include "AutostartEntry.h"
 #include "ClockChangeWatcher.h"
+#include "DateTexts.h"
 #include "DesktopNotificationCenter.h"
+#include "DisabledButtons.h"
 #include "IdeaActions.h"
 #include "MenuBarExtra.h"
 #include "ReminderKeeper.h"
@@ -56,6 +56,7 @@ void FikranestApp::prepare(QGuiApplication &application)
                       QStringLiteral("Noto Color Emoji")});
     application.setFont(font);
     application.setLayoutDirection(Qt::RightToLeft);
+    DisabledButtons::install();
     // Light whatever the desktop theme says: the Basic style draws from this palette.
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     QPalette light;

@@ -35,6 +35,7 @@ class FirstRunTest(unittest.TestCase):
         self.shot("onboarding-welcome")
         # A blank name cannot be sent, and Return in the field neither saves nor moves on.
         self.app.type_text("   ", name="وش اسمك؟")
+        self.assertNotIn("enabled", self.app.find("يلا نبدأ", role="push button")["states"])
         x, y, w, h = self.app.find("يلا نبدأ", role="push button")["extents"]
         self.desktop.click(x + w // 2, y + h // 2)
         self.app.type_text("  ريم  ", name="وش اسمك؟")
@@ -42,6 +43,7 @@ class FirstRunTest(unittest.TestCase):
         time.sleep(0.5)
         self.assertTrue(self.app.find("وش اسمك؟", role="text"), "left the first page")
         self.assertNotIn("userName", self.settings())
+        self.assertIn("enabled", self.app.find("يلا نبدأ", role="push button")["states"])
         self.shot("onboarding-welcome-named")
         self.app.press("يلا نبدأ")
 
