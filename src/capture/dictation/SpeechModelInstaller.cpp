@@ -2,6 +2,7 @@
 
 #include "OwnLibrary.h"
 #include "QmlSingleton.h"
+#include "SpeechModelArchive.h"
 #include "SpeechRecognizer.h"
 #include "VoskSpeechEngine.h"
 
@@ -62,7 +63,7 @@ Installed unpackAndPlace(const QString &part, const QString &folder, const QByte
         if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file) || hash.result().toHex() != sha256)
             return Installed::broken;
     }
-    using Unpack = int (*)(const QString &, const QString &, qint64);
+    using Unpack = decltype(&fikranest_unpack_speech_model);
     static const auto unpack = reinterpret_cast<Unpack>(OwnLibrary::symbol(
         QStringLiteral("libfikranest_unpack.so"), QStringLiteral(FIKRANEST_UNPACK_INSTALLED),
         "fikranest_unpack_speech_model"));
@@ -72,9 +73,9 @@ Installed unpackAndPlace(const QString &part, const QString &folder, const QByte
     if (!::mkdtemp(scratch.data()))
         return Installed::noSpace;
     const QString unpacked = QFile::decodeName(scratch);
-    const int outcome = unpack(part, unpacked, maxBytes);
-    Installed result = outcome == 0 ? Installed::broken : outcome == 4 ? Installed::noSpace : Installed::broken;
-    if (outcome == 0) {
+    const auto outcome = SpeechModelArchive::Outcome(unpack(part, unpacked, maxBytes));
+    Installed result = outcome == SpeechModelArchive::Outcome::noSpace ? Installed::noSpace : Installed::broken;
+    if (outcome == SpeechModelArchive::Outcome::unpacked) {
         // The model's files at the top, or in the one folder the zip holds.
         QString root = unpacked;
         const QStringList inside = QDir(unpacked).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
